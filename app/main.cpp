@@ -1,0 +1,33 @@
+#include "DatabaseManager.h"
+#include "LogUtil.h"
+#include "QtSingleApplication.h"
+#include "Startup.h"
+#include "VelkorResources.h"
+
+#include <QIcon>
+
+int main(int argc, char** argv)
+{
+    QtSingleApplication app(argc, argv, true);
+
+    if (app.isClient()) {
+        const QString msg = QStringLiteral("Hi master, I am %1.").arg(QCoreApplication::applicationPid());
+        const bool sent = app.sendMessage(msg, 2000);
+        const QString rep = QStringLiteral("Another instance is running, so I will exit.")
+                            + (sent ? QStringLiteral(" Message sent ok.")
+                                    : QStringLiteral(" Message sending failed; the other instance may be frozen."));
+        LogUtil::i(QStringLiteral("msg:%1 , rep:%2").arg(msg, rep));
+        return 0;
+    }
+
+    VelkorResources::init();
+    QApplication::setWindowIcon(QIcon(QStringLiteral(":/icons/velkor.svg")));
+    QGuiApplication::setDesktopFileName(QStringLiteral("velkor"));
+
+    DatabaseManager db; // kept to the end of main
+    db.createTables();
+
+    Startup::installWindowFactories();
+    Startup::openFirstWindow();
+    return app.exec();
+}

@@ -1,0 +1,678 @@
+#include "DatabaseManager.h"
+
+#include "ConnectionPool.h"
+#include "LogUtil.h"
+#include "MGlobal.h"
+
+#include <QSqlError>
+#include <QSqlQuery>
+#include <QSqlRecord>
+#include <QVariant>
+#include <initializer_list>
+
+namespace {
+
+const char* const kContactColumns =
+    "SELECT c.id ,  c.firstName , c.lastName , c.represented ,  c.company ,  c.department , c.job , c.businessFax , "
+    "c.houseFax , c.otherFax  , c.businessNumber , c.houseNumber , c.mobile , c.code , c.address , c.email , "
+    "c.remark , c.contact_type_id FROM CONTACTS as c";
+
+// A null QString binds as SQL NULL, which the NOT NULL columns refuse and no '=' matches;
+// the store holds empty text instead.
+QVariant text(const QString& value)
+{
+    return value.isNull() ? QVariant(QString("")) : QVariant(value);
+}
+
+void logFailure(const QSqlQuery& query)
+{
+    LogUtil::d(query.lastQuery() + QStringLiteral(" failed: ") + query.lastError().text());
+}
+
+// Prepares sql on this thread's connection, binds the values in order and runs it.
+bool run(QSqlQuery& query, const QString& sql, std::initializer_list<QVariant> values = {})
+{
+    if (!query.prepare(sql)) {
+        logFailure(query);
+        return false;
+    }
+    for (const QVariant& value : values)
+        query.addBindValue(value);
+    if (!query.exec()) {
+        logFailure(query);
+        return false;
+    }
+    return true;
+}
+
+bool run(const QString& sql, std::initializer_list<QVariant> values)
+{
+    QSqlQuery query(ConnectionPool::openConnection());
+    return run(query, sql, values);
+}
+
+bool has(const QSqlQuery& query, const char* column)
+{
+    return query.record().indexOf(QLatin1String(column)) >= 0;
+}
+
+QString str(const QSqlQuery& query, const char* column)
+{
+    return query.value(QLatin1String(column)).toString();
+}
+
+int num(const QSqlQuery& query, const char* column)
+{
+    return query.value(QLatin1String(column)).toInt();
+}
+
+User readUser(const QSqlQuery& query)
+{
+    User user;
+    user.id = num(query, "id");
+    user.nickname = str(query, "nickname");
+    user.email = str(query, "email");
+    user.phone = str(query, "phone");
+    return user;
+}
+
+// The device columns every device query selects; extNumber and permission only where present.
+Device readDevice(const QSqlQuery& query)
+{
+    Device device;
+    device.id = num(query, "id");
+    device.deviceName = str(query, "deviceName");
+    device.devicePassword = str(query, "devicePassword");
+    device.serverName = str(query, "serverName");
+    device.localIP = str(query, "localIP");
+    device.remoteIP = str(query, "remoteIP");
+    device.productID = str(query, "productID");
+    device.taskID = str(query, "taskID");
+    if (has(query, "extNumber"))
+        device.extNumber = str(query, "extNumber");
+    if (has(query, "permission"))
+        device.permission = num(query, "permission");
+    return device;
+}
+
+// Each fax query selects its own set of columns; a member is filled only from a selected one.
+Fax readFax(const QSqlQuery& query)
+{
+    Fax fax;
+    const QSqlRecord record = query.record();
+    const auto selected = [&record](const char* column) { return record.indexOf(QLatin1String(column)) >= 0; };
+    const auto setText = [&](const char* column, QString& member) {
+        if (selected(column))
+            member = str(query, column);
+    };
+    const auto setNumber = [&](const char* column, int& member) {
+        if (selected(column))
+            member = num(query, column);
+    };
+    setNumber("id", fax.id);
+    setNumber("status", fax.status);
+    setNumber("taskID", fax.taskID);
+    setNumber("pageSended", fax.pageSended);
+    setNumber("pageTotal", fax.pageTotal);
+    setText("sender", fax.sender);
+    setText("receiver", fax.receiver);
+    setText("time", fax.time);
+    setText("serverID", fax.serverID);
+    setText("cid", fax.cid);
+    setText("file", fax.file);
+    setText("filepath", fax.filepath);
+    setText("remark", fax.remark);
+    setText("issue", fax.issue);
+    setNumber("priority", fax.priority);
+    setNumber("dialTotal", fax.dialTotal);
+    setNumber("dialAlready", fax.dialAlready);
+    setNumber("tag", fax.tag);
+    setNumber("d_id", fax.d_id);
+    setText("deviceName", fax.deviceName);
+    setText("devicePassword", fax.devicePassword);
+    setText("serverName", fax.serverName);
+    setText("localIP", fax.localIP);
+    setText("remoteIP", fax.remoteIP);
+    setText("productID", fax.productID);
+    setText("maxTaskID", fax.maxTaskID);
+    return fax;
+}
+
+Contact readContact(const QSqlQuery& query)
+{
+    Contact contact;
+    contact.id = num(query, "id");
+    contact.firstName = str(query, "firstName");
+    contact.lastName = str(query, "lastName");
+    contact.represented = str(query, "represented");
+    contact.company = str(query, "company");
+    contact.department = str(query, "department");
+    contact.job = str(query, "job");
+    contact.businessFax = str(query, "businessFax");
+    contact.houseFax = str(query, "houseFax");
+    contact.otherFax = str(query, "otherFax");
+    contact.businessNumber = str(query, "businessNumber");
+    contact.houseNumber = str(query, "houseNumber");
+    contact.mobile = str(query, "mobile");
+    contact.code = str(query, "code");
+    contact.address = str(query, "address");
+    contact.email = str(query, "email");
+    contact.remark = str(query, "remark");
+    contact.contact_type_id = num(query, "contact_type_id");
+    return contact;
+}
+
+ContactType readContactType(const QSqlQuery& query)
+{
+    ContactType type;
+    type.id = num(query, "id");
+    type.name = str(query, "name");
+    return type;
+}
+
+enum class Represented { Ignored, ReplacesSender, FillsEmptyReceiver };
+
+// The fax lists of the current user. The contact join may give one row per matching contact.
+QList<Fax> queryFaxes(const QString& sql, Represented represented = Represented::Ignored)
+{
+    QList<Fax> faxes;
+    QSqlQuery query(ConnectionPool::openConnection());
+    if (!run(query, sql, {gUser.id}))
+        return faxes;
+    while (query.next()) {
+        Fax fax = readFax(query);
+        const QString name = represented == Represented::Ignored ? QString() : str(query, "represented");
+        if (!name.isEmpty()) {
+            if (represented == Represented::ReplacesSender)
+                fax.sender = name;
+            else if (fax.receiver.isEmpty())
+                fax.receiver = name;
+        }
+        faxes.append(fax);
+    }
+    return faxes;
+}
+
+QList<Contact> queryContactList(const QString& sql, std::initializer_list<QVariant> values)
+{
+    QList<Contact> contacts;
+    QSqlQuery query(ConnectionPool::openConnection());
+    if (!run(query, sql, values))
+        return contacts;
+    while (query.next())
+        contacts.append(readContact(query));
+    return contacts;
+}
+
+Contact queryOneContact(const QString& sql, std::initializer_list<QVariant> values)
+{
+    const QList<Contact> contacts = queryContactList(sql, values);
+    return contacts.isEmpty() ? Contact() : contacts.last();
+}
+
+} // namespace
+
+// ---- Accounts ----
+
+void DatabaseManager::createTables()
+{
+    QSqlQuery query(ConnectionPool::openConnection());
+    query.exec(QStringLiteral(
+        "CREATE TABLE IF NOT EXISTS USERS (id INTEGER PRIMARY KEY AUTOINCREMENT, nickname VARCHAR(40) NOT NULL, "
+        "password VARCHAR(40) NOT NULL, email VARCHAR(40) , phone VARCHAR(40) )"));
+    query.exec(QStringLiteral(
+        "CREATE TABLE IF NOT EXISTS DEVICES (id INTEGER PRIMARY KEY AUTOINCREMENT, deviceName VARCHAR(40) NOT NULL, "
+        "devicePassword VARCHAR(40) NOT NULL,serverName VARCHAR(40) NOT NULL,localIP  VARCHAR(40),remoteIP "
+        "VARCHAR(40),productID VARCHAR(40),extNumber VARCHAR(40),permission INTEGER, taskID VARCHAR(40), user_id "
+        "INTEGER , internetPort INTEGER , connectStatus INTEGER ,foreign key (user_id) references USERS (id) )"));
+    query.exec(QStringLiteral(
+        "CREATE TABLE IF NOT EXISTS FAXES (id INTEGER PRIMARY KEY AUTOINCREMENT, pageSended INTEGER, pageTotal "
+        "INTEGER, status INTEGER ,sender VARCHAR(40),receiver  VARCHAR(40),remark VARCHAR(40),time "
+        "VARCHAR(40),serverID VARCHAR(40),line INTEGER , cid VARCHAR(40) , file VARCHAR(40) ,taskID INTEGER "
+        ",filepath VARCHAR(40),tag INTEGER , priority INTEGER , issue VARCHAR(40) ,dialTotal INTEGER ,dialAlready "
+        "INTEGER ,isDelete  BOOLEAN , device_id INTEGER , foreign key (device_id) references DEVICES (id) )"));
+    query.exec(QStringLiteral(
+        "CREATE TABLE IF NOT EXISTS CONTACTS (id INTEGER PRIMARY KEY AUTOINCREMENT, firstName VARCHAR(40), "
+        "lastName VARCHAR(40), represented VARCHAR(40), company VARCHAR(40),department  VARCHAR(40),job  "
+        "VARCHAR(40),businessFax  VARCHAR(40),houseFax  VARCHAR(40),otherFax  VARCHAR(40),businessNumber  "
+        "VARCHAR(40),houseNumber  VARCHAR(40),mobile  VARCHAR(40),code  VARCHAR(40),address  VARCHAR(40),email "
+        "VARCHAR(40),remark VARCHAR(40) , contact_type_id INTEGER , foreign key (contact_type_id) references "
+        "CONTACT_TYPES (id))"));
+    query.exec(QStringLiteral(
+        "CREATE TABLE IF NOT EXISTS CONTACT_TYPES (id INTEGER PRIMARY KEY AUTOINCREMENT, name VARCHAR(40))"));
+}
+
+bool DatabaseManager::insertUser(QString& nickname, QString& password)
+{
+    return run(QStringLiteral("INSERT INTO USERS (nickname, password) VALUES (?, ?)"), {text(nickname), text(password)});
+}
+
+User DatabaseManager::loginUser(QString& nickname, QString& password)
+{
+    QSqlQuery query(ConnectionPool::openConnection());
+    if (run(query, QStringLiteral("SELECT * FROM USERS WHERE nickname = ? AND password = ?"),
+            {text(nickname), text(password)})
+        && query.next())
+        return readUser(query);
+    return User();
+}
+
+User DatabaseManager::queryUserByNickname(QString& nickname)
+{
+    QSqlQuery query(ConnectionPool::openConnection());
+    if (run(query, QStringLiteral("SELECT * FROM USERS WHERE nickname = ?"), {text(nickname)}) && query.next())
+        return readUser(query);
+    return User();
+}
+
+QStringList DatabaseManager::queryAllUserNickname()
+{
+    QStringList names;
+    QSqlQuery query(ConnectionPool::openConnection());
+    if (!run(query, QStringLiteral("SELECT * FROM USERS")))
+        return names;
+    while (query.next())
+        names.append(str(query, "nickname"));
+    return names;
+}
+
+// ---- Devices ----
+
+bool DatabaseManager::inseretDevice(Device& device)
+{
+    return run(QStringLiteral("INSERT INTO DEVICES (deviceName, devicePassword , serverName , localIP , remoteIP , "
+                              "productID , extNumber , permission , user_id , internetPort) VALUES (?, ? , ? , ? , ? "
+                              ", ? , ? , ? , ? , ?)"),
+               {text(device.deviceName), text(device.devicePassword), text(device.serverName), text(device.localIP),
+                text(device.remoteIP), text(device.productID), text(device.extNumber), device.permission, gUser.id,
+                device.internetPort});
+}
+
+Device DatabaseManager::queryDevice(QString& productID)
+{
+    Device device;
+    QSqlQuery query(ConnectionPool::openConnection());
+    if (!run(query,
+             QStringLiteral("SELECT d.id , d.deviceName , d.devicePassword , d.serverName , d.localIP , d.remoteIP , "
+                            "d.productID , d.taskID FROM DEVICES as d WHERE user_id = ? AND productID = ?"),
+             {gUser.id, text(productID)}))
+        return device;
+    while (query.next()) // several rows: the last one wins
+        device = readDevice(query);
+    return device;
+}
+
+QList<Device> DatabaseManager::queryDevices()
+{
+    QList<Device> devices;
+    QSqlDatabase db = ConnectionPool::openConnection();
+    if (!db.isOpen())
+        return devices;
+    QSqlQuery query(db);
+    if (!run(query, QStringLiteral("SELECT * FROM DEVICES WHERE user_id = ?"), {gUser.id}))
+        return devices;
+    while (query.next())
+        devices.append(readDevice(query)); // internetPort and connectStatus keep their defaults
+    return devices;
+}
+
+bool DatabaseManager::deleteDevice(Device& device)
+{
+    // Nothing cascades in the store: the device's faxes go by hand, their files stay on disk.
+    return run(QStringLiteral("DELETE FROM DEVICES WHERE id = ?"), {device.id})
+        && run(QStringLiteral("DELETE FROM FAXES WHERE device_id = ?"), {device.id});
+}
+
+bool DatabaseManager::nativeDeleteFax(Device& device)
+{
+    return run(QStringLiteral("DELETE FROM FAXES WHERE device_id = ?"), {device.id});
+}
+
+void DatabaseManager::updateDevice(Device& device)
+{
+    run(QStringLiteral("UPDATE DEVICES SET localIP = ?, serverName = ? WHERE id = ? AND user_id = ?"),
+        {text(device.localIP), text(device.serverName), device.id, gUser.id});
+}
+
+void DatabaseManager::updateDeviceLocalIP(Device& device)
+{
+    run(QStringLiteral("UPDATE DEVICES SET localIP = ? WHERE id = ? AND user_id = ?"),
+        {text(device.localIP), device.id, gUser.id});
+}
+
+void DatabaseManager::updateDeviceRemoteIP(Device& device)
+{
+    run(QStringLiteral("UPDATE DEVICES SET remoteIP = ? , internetPort = ? WHERE id = ? AND user_id = ?"),
+        {text(device.remoteIP), device.internetPort, device.id, gUser.id});
+}
+
+void DatabaseManager::updateDeviceConnectStatus(Device& device)
+{
+    run(QStringLiteral("UPDATE DEVICES SET connectStatus = ? WHERE id = ? AND user_id = ?"),
+        {device.connectStatus, device.id, gUser.id});
+}
+
+void DatabaseManager::updateDeviceName(Device& device)
+{
+    run(QStringLiteral("UPDATE DEVICES SET deviceName = ?, devicePassword = ?, extNumber = ? , permission = ? WHERE "
+                       "id = ? AND user_id = ?"),
+        {text(device.deviceName), text(device.devicePassword), text(device.extNumber), device.permission, device.id,
+         gUser.id});
+}
+
+void DatabaseManager::updateDeviceMaxTaskID(Device& device)
+{
+    run(QStringLiteral("UPDATE DEVICES SET TaskID = ? WHERE id = ? AND user_id = ?"),
+        {text(device.taskID), device.id, gUser.id});
+}
+
+// ---- Faxes ----
+
+int DatabaseManager::insertFax(Fax& fax, int deviceId)
+{
+    QSqlQuery query(ConnectionPool::openConnection());
+    if (!run(query,
+             QStringLiteral("INSERT INTO FAXES (pageTotal, status , sender , receiver , remark , time , serverID , cid "
+                            ", taskID , filepath, tag, priority, dialTotal, dialAlready , pageSended , isDelete , "
+                            "device_id) VALUES (?, ? , ? , ? , ? , ? , ? , ? , ? , ? , ? , ? , ? , ? , ?, ?, ?)"),
+             {fax.pageTotal, fax.status, text(fax.sender), text(fax.receiver), text(fax.remark), text(fax.time),
+              text(fax.serverID), text(fax.cid), fax.taskID, text(fax.filepath), fax.tag, fax.priority, fax.dialTotal,
+              fax.dialAlready, fax.pageSended, fax.isDelete, deviceId}))
+        return 0;
+    return query.lastInsertId().toInt();
+}
+
+bool DatabaseManager::insertFaxes(const QList<Fax>& faxes, int deviceId)
+{
+    QSqlDatabase db = ConnectionPool::openConnection();
+    db.transaction();
+    QSqlQuery query(db);
+    if (!query.prepare(QStringLiteral(
+            "INSERT INTO FAXES(time , cid , file , taskID , sender ,  receiver , serverID , pageTotal , filepath , tag "
+            ", remark , status, isDelete,  device_id) VALUES(:time , :cid , :file , :taskID , :sender ,  :receiver , "
+            ":serverID, :pageTotal , :filepath , :tag, :remark , :status , :isDelete, :device_id)")))
+        logFailure(query);
+    for (const Fax& fax : faxes) {
+        query.bindValue(QStringLiteral(":time"), text(fax.time));
+        query.bindValue(QStringLiteral(":cid"), text(fax.cid));
+        query.bindValue(QStringLiteral(":file"), text(fax.file));
+        query.bindValue(QStringLiteral(":taskID"), fax.taskID);
+        query.bindValue(QStringLiteral(":sender"), text(fax.sender));
+        query.bindValue(QStringLiteral(":receiver"), text(fax.receiver));
+        query.bindValue(QStringLiteral(":serverID"), text(fax.serverID));
+        query.bindValue(QStringLiteral(":pageTotal"), fax.pageTotal);
+        query.bindValue(QStringLiteral(":filepath"), text(fax.filepath));
+        query.bindValue(QStringLiteral(":tag"), fax.tag);
+        query.bindValue(QStringLiteral(":remark"), text(fax.remark));
+        query.bindValue(QStringLiteral(":status"), fax.status);
+        query.bindValue(QStringLiteral(":isDelete"), fax.isDelete);
+        query.bindValue(QStringLiteral(":device_id"), deviceId);
+        if (!query.exec()) // a failed row does not stop the others; what went in is committed
+            logFailure(query);
+    }
+    query.finish();
+    return db.commit();
+}
+
+void DatabaseManager::updateFaxTaskID(Fax& fax)
+{
+    run(QStringLiteral("UPDATE FAXES SET taskID = ?  WHERE id = ?"), {fax.taskID, fax.id});
+}
+
+void DatabaseManager::updateFaxRemark(Fax& fax)
+{
+    run(QStringLiteral("UPDATE FAXES SET remark = ?  WHERE id = ?"), {text(fax.remark), fax.id});
+}
+
+void DatabaseManager::updateFaxReaded(Fax& fax)
+{
+    run(QStringLiteral("UPDATE FAXES SET status = ?  WHERE id = ?"), {fax.status, fax.id});
+}
+
+void DatabaseManager::updateUploadFaxFailed(Fax& fax)
+{
+    run(QStringLiteral("UPDATE FAXES SET status = ?  WHERE id = ?"), {fax.status, fax.id});
+}
+
+void DatabaseManager::updateSendFax(Fax& fax)
+{
+    run(QStringLiteral("UPDATE FAXES SET time = ? , status = ? , remark = ? , issue = ? , priority = ? , dialAlready = "
+                       "? , pageSended = ? WHERE id = ?"),
+        {text(fax.time), fax.status, text(fax.remark), text(fax.issue), fax.priority, fax.dialAlready, fax.pageSended,
+         fax.id});
+}
+
+bool DatabaseManager::deleteFax(Fax& fax)
+{
+    return run(QStringLiteral("UPDATE FAXES SET isDelete = 1 WHERE FAXES.id = ?"), {fax.id});
+}
+
+bool DatabaseManager::deleteFaxList(QList<Fax>& faxes)
+{
+    bool ok = true;
+    for (Fax& fax : faxes)
+        ok = deleteFax(fax) && ok;
+    return ok;
+}
+
+void DatabaseManager::restoreFax(Fax& fax)
+{
+    run(QStringLiteral("UPDATE FAXES SET isDelete = 0 WHERE FAXES.id = ?"), {fax.id});
+}
+
+bool DatabaseManager::permanentlyDelete(Fax& fax)
+{
+    return run(QStringLiteral("DELETE FROM FAXES WHERE FAXES.id = ?"), {fax.id});
+}
+
+Fax DatabaseManager::queryFaxByTaskID(int taskID)
+{
+    Fax fax;
+    QSqlQuery query(ConnectionPool::openConnection());
+    if (!run(query,
+             QStringLiteral("SELECT f.id , f.status , f.taskID ,  f.pageTotal ,  f.sender  , f.time , f.serverID , "
+                            "f.cid , f.file ,  f.filepath  , f.remark  , f.issue , f.priority FROM FAXES as f LEFT "
+                            "JOIN Devices as d ON f.device_id = d.id  LEFT JOIN USERS u ON d.user_id = u.id WHERE u.id "
+                            "= ? AND f.taskID = ?"),
+             {gUser.id, taskID}))
+        return fax;
+    while (query.next())
+        fax = readFax(query);
+    return fax;
+}
+
+QList<Fax> DatabaseManager::queryReceiveFaxes()
+{
+    return queryFaxes(QStringLiteral(
+        "SELECT f.id ,  f.status ,  f.taskID , f.pageTotal ,  f.sender  , f.receiver , f.time , f.serverID , f.cid , "
+        "f.file ,  f.filepath , f.tag ,  f.remark ,c.represented FROM FAXES as f LEFT JOIN Devices as d ON "
+        "f.device_id = d.id LEFT JOIN CONTACTS as c ON f.cId = c.businessFax OR f.cId = c.houseFax OR f.cId = "
+        "c.otherFax LEFT JOIN USERS u ON d.user_id = u.id WHERE u.id = ? AND tag = 0 AND isDelete = 0 ORDER BY time "
+        "desc"),
+        Represented::ReplacesSender);
+}
+
+QList<Fax> DatabaseManager::querySendFaxes()
+{
+    return queryFaxes(QStringLiteral(
+        "SELECT f.id , f.status , f.taskID , f.pageSended ,   f.pageTotal ,  f.sender  , f.receiver , f.time , "
+        "f.serverID , f.cid , f.file ,  f.filepath  , f.remark  , f.issue , f.priority , f.dialTotal , f.dialAlready  "
+        ", f.tag , c.represented FROM FAXES as f LEFT JOIN Devices as d ON f.device_id = d.id LEFT JOIN CONTACTS as c "
+        "ON f.cId = c.businessFax OR f.cId = c.houseFax OR f.cId = c.otherFax LEFT JOIN USERS u ON d.user_id = u.id "
+        "WHERE u.id = ? AND tag = 1 AND isDelete = 0 ORDER BY time desc"),
+        Represented::FillsEmptyReceiver);
+}
+
+QList<Fax> DatabaseManager::queryDeleteFaxes()
+{
+    return queryFaxes(QStringLiteral(
+        "SELECT f.id , f.status  , f.receiver ,  f.sender  , f.pageTotal ,  f.time , f.serverID , f.cid , f.file , "
+        "f.taskID, f.filepath  , f.remark  , f.issue , f.tag FROM FAXES as f LEFT JOIN Devices as d ON f.device_id = "
+        "d.id  LEFT JOIN USERS u ON d.user_id = u.id WHERE u.id = ? AND isDelete = 1 ORDER BY time desc"));
+}
+
+QList<Fax> DatabaseManager::queryUploadingFax()
+{
+    return queryFaxes(QStringLiteral(
+        "SELECT f.id , f.status , f.taskID , f.pageSended ,   f.pageTotal ,  f.sender  , f.time , f.serverID , f.cid "
+        ", f.file ,  f.filepath  , f.remark  , f.issue , f.priority , f.dialTotal , f.dialAlready  , f.tag , d.id as "
+        "d_id , d.deviceName , d.devicePassword , d.serverName , d.localIP , d.remoteIP , d.productID , d.taskID as "
+        "maxTaskID FROM FAXES as f LEFT JOIN Devices as d ON f.device_id = d.id  LEFT JOIN USERS u ON d.user_id = "
+        "u.id WHERE u.id = ? AND tag = 1 AND isDelete = 0 AND f.taskId != 0 AND f.status != 1 AND f.status != 2 ORDER "
+        "BY time desc"));
+}
+
+// ---- Contacts ----
+
+bool DatabaseManager::addContact(Contact& contact)
+{
+    QSqlQuery query(ConnectionPool::openConnection());
+    if (!run(query,
+             QStringLiteral("INSERT INTO CONTACTS (firstName , lastName , represented , company , department , job , "
+                            "businessFax , houseFax , otherFax  , businessNumber , houseNumber , mobile , code , "
+                            "address , email , remark , contact_type_id) VALUES (?, ? , ? , ? , ? , ? , ? , ? , ?, ? "
+                            ", ? , ? , ?, ? , ? , ? , ?)"),
+             {text(contact.firstName), text(contact.lastName), text(contact.represented), text(contact.company),
+              text(contact.department), text(contact.job), text(contact.businessFax), text(contact.houseFax),
+              text(contact.otherFax), text(contact.businessNumber), text(contact.houseNumber), text(contact.mobile),
+              text(contact.code), text(contact.address), text(contact.email), text(contact.remark),
+              contact.contact_type_id}))
+        return false;
+    contact.id = query.lastInsertId().toInt();
+    return true;
+}
+
+bool DatabaseManager::addContactList(QList<Contact> contacts)
+{
+    QSqlDatabase db = ConnectionPool::openConnection();
+    db.transaction();
+    QSqlQuery query(db);
+    if (!query.prepare(QStringLiteral(
+            "INSERT INTO CONTACTS (firstName , lastName , represented , company , department , job , businessFax , "
+            "houseFax , otherFax  , businessNumber , houseNumber , mobile , code , address , email , remark , "
+            "contact_type_id) VALUES(:firstName , :lastName , :represented , :company , :department ,  :job , "
+            ":businessFax , :houseFax , :otherFax , :businessNumber , :houseNumber , :mobile, :code,  :address , "
+            ":email ,:remark , :contact_type_id)")))
+        logFailure(query);
+    for (const Contact& contact : contacts) {
+        query.bindValue(QStringLiteral(":firstName"), text(contact.firstName));
+        query.bindValue(QStringLiteral(":lastName"), text(contact.lastName));
+        query.bindValue(QStringLiteral(":represented"), text(contact.represented));
+        query.bindValue(QStringLiteral(":company"), text(contact.company));
+        query.bindValue(QStringLiteral(":department"), text(contact.department));
+        query.bindValue(QStringLiteral(":job"), text(contact.job));
+        query.bindValue(QStringLiteral(":businessFax"), text(contact.businessFax));
+        query.bindValue(QStringLiteral(":houseFax"), text(contact.houseFax));
+        query.bindValue(QStringLiteral(":otherFax"), text(contact.otherFax));
+        query.bindValue(QStringLiteral(":businessNumber"), text(contact.businessNumber));
+        query.bindValue(QStringLiteral(":houseNumber"), text(contact.houseNumber));
+        query.bindValue(QStringLiteral(":mobile"), text(contact.mobile));
+        query.bindValue(QStringLiteral(":code"), text(contact.code));
+        query.bindValue(QStringLiteral(":address"), text(contact.address));
+        query.bindValue(QStringLiteral(":email"), text(contact.email));
+        query.bindValue(QStringLiteral(":remark"), text(contact.remark));
+        query.bindValue(QStringLiteral(":contact_type_id"), contact.contact_type_id);
+        if (!query.exec()) // a failed row does not stop the others; what went in is committed
+            logFailure(query);
+    }
+    query.finish();
+    return db.commit();
+}
+
+bool DatabaseManager::updateContact(Contact& contact)
+{
+    return run(QStringLiteral("UPDATE CONTACTS SET firstName = ?, lastName = ?  , represented = ? , company=? , "
+                              "department=? , job=? , businessFax=? , houseFax=? , otherFax=? , businessNumber=? , "
+                              "houseNumber=? , mobile=? , code=? , address=? , email=? , remark=?  , contact_type_id = "
+                              "? WHERE id = ?"),
+               {text(contact.firstName), text(contact.lastName), text(contact.represented), text(contact.company),
+                text(contact.department), text(contact.job), text(contact.businessFax), text(contact.houseFax),
+                text(contact.otherFax), text(contact.businessNumber), text(contact.houseNumber), text(contact.mobile),
+                text(contact.code), text(contact.address), text(contact.email), text(contact.remark),
+                contact.contact_type_id, contact.id});
+}
+
+bool DatabaseManager::deleteContact(Contact& contact)
+{
+    return run(QStringLiteral("DELETE FROM CONTACTS  WHERE CONTACTS.id = ?"), {contact.id});
+}
+
+Contact DatabaseManager::findContact(Contact& contact)
+{
+    return queryOneContact(QLatin1String(kContactColumns) + QStringLiteral(" WHERE c.id = ?"), {contact.id});
+}
+
+Contact DatabaseManager::findContactByFaxNumber(QString& number)
+{
+    const QVariant value = text(number);
+    return queryOneContact(QLatin1String(kContactColumns)
+                               + QStringLiteral(" WHERE businessFax = ? OR houseFax = ? OR otherFax = ?"),
+                           {value, value, value});
+}
+
+QList<Contact> DatabaseManager::queryContacts()
+{
+    return queryContactList(QLatin1String(kContactColumns), {});
+}
+
+QList<Contact> DatabaseManager::queryContacts(int typeId)
+{
+    return queryContactList(QLatin1String(kContactColumns) + QStringLiteral(" WHERE c.contact_type_id = ?"), {typeId});
+}
+
+bool DatabaseManager::addContactType(ContactType& type)
+{
+    QSqlQuery query(ConnectionPool::openConnection());
+    if (!run(query, QStringLiteral("INSERT INTO CONTACT_TYPES (name) VALUES (?)"), {text(type.name)}))
+        return false;
+    type.id = query.lastInsertId().toInt();
+    return true;
+}
+
+ContactType DatabaseManager::queryContactType(int id)
+{
+    ContactType type;
+    QSqlQuery query(ConnectionPool::openConnection());
+    if (!run(query, QStringLiteral("SELECT cp.id ,  cp.name  FROM CONTACT_TYPES as cp WHERE cp.id = ?"), {id}))
+        return type;
+    while (query.next())
+        type = readContactType(query);
+    return type;
+}
+
+QList<ContactType> DatabaseManager::queryContactTypes()
+{
+    QList<ContactType> types;
+    QSqlQuery query(ConnectionPool::openConnection());
+    if (!run(query, QStringLiteral("SELECT cp.id ,  cp.name  FROM CONTACT_TYPES as cp")))
+        return types;
+    while (query.next())
+        types.append(readContactType(query));
+    return types;
+}
+
+bool DatabaseManager::queryContactTypeByName(QString& name)
+{
+    QSqlQuery query(ConnectionPool::openConnection());
+    return run(query, QStringLiteral("SELECT cp.id ,  cp.name  FROM CONTACT_TYPES as cp WHERE cp.name = ?"),
+               {text(name)})
+        && query.next();
+}
+
+bool DatabaseManager::queryContactTypeHasContact(int typeId)
+{
+    QSqlQuery query(ConnectionPool::openConnection());
+    return run(query, QStringLiteral("SELECT count(contact_type_id) FROM CONTACTS WHERE contact_type_id = ?"),
+               {typeId})
+        && query.next() && query.value(0).toInt() > 0;
+}
+
+bool DatabaseManager::renameContactType(ContactType& type)
+{
+    return run(QStringLiteral("UPDATE CONTACT_TYPES SET name = ? WHERE id = ?"), {text(type.name), type.id});
+}
+
+bool DatabaseManager::deleteContactType(ContactType& type)
+{
+    return run(QStringLiteral("DELETE FROM CONTACT_TYPES  WHERE CONTACT_TYPES.id = ?"), {type.id});
+}

@@ -1,0 +1,3 @@
+#include "MGlobal.h"
+
+User gUser;

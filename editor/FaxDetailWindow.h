@@ -1,0 +1,137 @@
+#pragma once
+
+#include "Contact.h"
+#include "Device.h"
+#include "Fax.h"
+#include "FaxCover.h"
+#include "FaxOption.h"
+#include "FaxPage.h"
+
+#include <QImage>
+#include <QList>
+#include <QMainWindow>
+#include <QPixmap>
+#include <QSize>
+#include <QStringList>
+
+class QLineEdit;
+class QMouseEvent;
+class QStandardItemModel;
+class SendFaxController;
+class TextNoteWidget;
+
+namespace Ui {
+class FaxDetailWindow;
+}
+
+// The window in which a fax is looked at and composed: page thumbnails on the left, the
+// current page in the middle, and either the send fields or the stored fax's details.
+// Fax::editorMode chooses what it offers:
+//   0 view a stored fax, 1 reply or new fax from files, 2 forward, 3 show a report image.
+// The window deletes itself when closed; after a send it closes once the assembled faxes
+// have been handed on through intent_to_sendbox.
+class FaxDetailWindow : public QMainWindow
+{
+    Q_OBJECT
+
+public:
+    enum EditorMode { MODE_VIEW = 0, MODE_REPLY = 1, MODE_FORWARD = 2, MODE_REPORT = 3 };
+
+    // Loads the pages of fax.filepath when there is one (not in mode 3).
+    explicit FaxDetailWindow(const Fax& fax, QWidget* parent = nullptr);
+    ~FaxDetailWindow() override;
+
+    // Mode 3: the one page shown is this image, as it is.
+    void showReportImage(const QImage& image);
+    // Appends the pages of TIFF, PDF and image files, in order, and selects the first page.
+    void open_picture_file(QStringList files);
+
+    // The pages in list order, as they would be sent.
+    QList<FaxPage> pages() const;
+    int currentRow() const;
+    const FaxOption& faxOption() const;
+
+signals:
+    // The assembled faxes, for the outbox.
+    void intent_to_sendbox(QList<Fax> faxes);
+
+public slots:
+    void select_picture();
+    void send_fax();
+    void reply();
+    void forward();
+    void delete_page();
+    void leftRotate();
+    void rightRotate();
+    void zoomIn();
+    void zoomOut();
+    void previousPage();
+    void nextPage();
+    void pageUp();
+    void pageDown();
+    void addFaxPage();
+    void showSignLibrary();
+    void addText();
+    void splitPage();
+    void on_action_page_save_triggered();
+
+    void showSelectContact(QList<Contact>& contacts);
+    void handlerTransformFax(QList<Fax>& faxes);
+    void selectDeviceSendFax(QList<Device> devices);
+    void addFaxPageToList(QImage& image);
+    void selectSignSlot(QPixmap pixmap);
+    // Mouse events in the page label's coordinates; the zoom is undone before use.
+    void split(QMouseEvent* event);
+    void sign(QMouseEvent* event);
+
+private slots:
+    void on_listView_clicked(const QModelIndex& index);
+    void on_buttion_option_2_clicked();
+    void on_button_select_contact_clicked();
+    void burnTextNote(TextNoteWidget* note);
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    void applyMode();
+    void changeActionState();
+    void setupIcons();
+    void appendPage(const QImage& image, int pageKind);
+    FaxPage pageAt(int row) const;
+    void setPageAt(int row, const FaxPage& page);
+    // Writes an edited image into a row (model and list) and shows it when it is current.
+    void updateItemImage(int row, const QImage& image);
+    // pageIndex of every row is its row; the list follows the model.
+    void renumberPages();
+    void selectRow(int row);
+    void updateNavigation();
+    // Shows the current image at the current zoom.
+    void displayCurrent();
+    void zoomBy(int numerator);
+    void discardNotes();
+    // Renders the pages of a PDF; false when it does not open. Sets cancelled when the user
+    // stopped it; the pages rendered until then stay.
+    bool openPdf(const QString& path, bool& cancelled);
+    int renderDpi() const;
+
+    Ui::FaxDetailWindow* ui;
+    QStandardItemModel* m_model;
+    QList<FaxPage> m_pages; // in step with the model
+    int currentPage = 0;
+    FaxOption m_option;
+    FaxCover m_cover;
+    Fax m_fax;
+    int physicalDpiX = 96;
+    int physicalDpiY = 96;
+    QImage m_currentImage;
+    QSize m_zoomSize; // 0 x 0 until the first zoom
+    bool m_splitMode = false;
+    bool m_signMode = false;
+    QPixmap m_signPixmap;
+    QLineEdit* m_pageEdit = nullptr;
+    QAction* m_pageEditAction = nullptr;
+    SendFaxController* m_controller = nullptr;
+    bool m_loading = false;
+    bool m_sending = false;
+};

@@ -1,0 +1,62 @@
+#pragma once
+
+#include <QImage>
+#include <QList>
+#include <QPixmap>
+#include <QString>
+#include <QWidget>
+
+namespace Ui {
+class MyImageViewer;
+}
+
+// The preview of the fax folders: one page of a multi-page TIFF at a time, with page browsing,
+// zoom and quarter-turn rotation.
+class MyImageViewer : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit MyImageViewer(QWidget* parent = nullptr);
+    ~MyImageViewer() override;
+
+    // Opens a fax file at its first page, six tenths of its size. 0 on success, -1 otherwise.
+    // A missing file (the folders pass an empty path to clear the preview) clears the picture
+    // silently; a file without readable pages clears it and says so.
+    int openImageResource(QString& path);
+    // Next and previous page; -1 (and nothing changes) past either end.
+    int next();
+    int last();
+    // Draws image turned by rotation quarter turns at zoom tenths of the remembered size.
+    // Widths outside 400..3500 are refused and nothing changes.
+    void upgradeFileInfo(QImage image, int rotation, int zoom);
+
+    int pageCount() const { return m_pages.size(); }
+    int currentIndex() const { return m_index; }
+    int rotation() const { return m_rotation; }
+    const QPixmap& pixmap() const { return m_pixmap; }
+
+public slots:
+    void on_button_next_clicked();
+    void on_button_last_clicked();
+    void on_button_zoom_in_clicked();
+    void on_button_zoom_out_clicked();
+    void on_button_left_rotate_clicked();
+    void on_button_right_rotate_clicked();
+
+protected:
+    void changeEvent(QEvent* event) override;
+
+private:
+    void showPage();
+    void clear();
+
+    Ui::MyImageViewer* ui;
+    QList<QImage> m_pages;
+    int m_index = 0;
+    int m_rotation = 0; // quarter turns, 0 to 3
+    int m_width = 0;    // remembered display size; 0 when unset
+    int m_height = 0;
+    QImage m_page;
+    QPixmap m_pixmap;
+};

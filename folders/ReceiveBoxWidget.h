@@ -1,0 +1,94 @@
+#pragma once
+
+#include "Device.h"
+#include "Fax.h"
+
+#include <QList>
+#include <QModelIndex>
+#include <QPointer>
+#include <QTimer>
+#include <QWidget>
+
+class AddContactDialog;
+class Controller;
+class QMenu;
+
+namespace Ui {
+class ReceiveBoxWidget;
+}
+
+// The inbox: received faxes of the logged-in user (tag 0, not deleted), newest first, with a
+// preview. It owns the receiving worker's controller and the poll for new faxes: the first poll
+// 3 s after start, each next one getFaxTime seconds after the previous one has reported, so
+// that two polls never overlap.
+class ReceiveBoxWidget : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit ReceiveBoxWidget(QWidget* parent = nullptr);
+    ~ReceiveBoxWidget() override;
+
+    // Fetches what a device just bound or connected holds (a foreground run).
+    void downloadFaxInfo(Device& device);
+    // Empties table and list and fills both anew from the database.
+    void reacquire();
+    // A fax back from the deleted items goes to row 0.
+    void addFax(Fax& fax);
+    // Clears the preview and the current row.
+    void clearSelectItems();
+    // A copy of the current row's fax; an empty Fax when no row is current.
+    Fax getSelectItemPath();
+
+    // The faxes the table shows, row by row.
+    const QList<Fax>& faxes() const { return m_faxes; }
+
+public slots:
+    // Each acts on the current row; actionDelete on every selected row.
+    void actionReply();
+    void actionForward();
+    void actionDelete();
+    void actionDistribute();
+    void actionRemark();
+    void actionAddContact();
+    void actionOCR();
+    // Switches the current fax between read and unread.
+    void actionMakeReaded();
+
+    void on_tableWidget_clicked(const QModelIndex& index);
+    void on_tableWidget_doubleClicked(const QModelIndex& index);
+    void on_tableWidget_customContextMenuRequested(const QPoint& pos);
+
+signals:
+    void statusShowProgress(QString text);
+    void reply(Fax& fax);
+    void forward(Fax& fax);
+    void deleteFax(QList<Fax>& faxes);
+    void showReceiveFaxTips(QString& text);
+    void showFaxDetailWindow(Fax& fax);
+
+protected:
+    void changeEvent(QEvent* event) override;
+
+private slots:
+    void get_new_fax();
+    void showProgress(QString text);
+    void handleDownloadFaxInfoResult();
+    void handleBackgroundDownloadInfoResult(QList<Fax>& newFaxes);
+
+private:
+    QStringList headers() const;
+    void setDatas(int row, Fax& fax);
+    // Takes the list from the database and makes the table show it.
+    void refill();
+    void setReadState(int row, int status);
+    // The current row when it holds a fax, else -1.
+    int currentFaxRow() const;
+
+    Ui::ReceiveBoxWidget* ui;
+    QList<Fax> m_faxes;
+    Controller* m_controller = nullptr;
+    QTimer m_pollTimer;
+    QPointer<QMenu> m_menu;
+    QPointer<AddContactDialog> m_addContactDialog;
+};

@@ -1,0 +1,55 @@
+#include "SelectLanguageDialog.h"
+#include "ui_SelectLanguageDialog.h"
+
+#include "LogUtil.h"
+
+#include <QCoreApplication>
+#include <QEvent>
+#include <QTranslator>
+
+SelectLanguageDialog::SelectLanguageDialog(QWidget* parent) : QDialog(parent), ui(new Ui::SelectLanguageDialog)
+{
+    ui->setupUi(this);
+}
+
+SelectLanguageDialog::~SelectLanguageDialog()
+{
+    delete ui;
+}
+
+QString SelectLanguageDialog::translationFile(int index)
+{
+    return index == 0 ? QStringLiteral(":translations/Velkor_en_us.qm") : QStringLiteral(":translations/Velkor_zh_cn.qm");
+}
+
+QTranslator* SelectLanguageDialog::translator()
+{
+    static QTranslator* instance = new QTranslator(QCoreApplication::instance());
+    return instance;
+}
+
+bool SelectLanguageDialog::switchLanguage(int index)
+{
+    QTranslator* tr = translator();
+    // Loading into an installed translator would not tell the windows; take it out first.
+    QCoreApplication::removeTranslator(tr);
+    const QString file = translationFile(index);
+    if (!tr->load(file)) {
+        LogUtil::w(QStringLiteral("cannot load translation %1").arg(file));
+        return false;
+    }
+    return QCoreApplication::installTranslator(tr);
+}
+
+void SelectLanguageDialog::accept()
+{
+    switchLanguage(ui->combo_language->currentIndex());
+    QDialog::accept();
+}
+
+void SelectLanguageDialog::changeEvent(QEvent* event)
+{
+    if (event->type() == QEvent::LanguageChange)
+        ui->retranslateUi(this);
+    QDialog::changeEvent(event);
+}

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <QDialog>
+#include <QString>
+
+class QTranslator;
+
+namespace Ui {
+class SelectLanguageDialog;
+}
+
+// Chooses the language of the running program: English (index 0) or Chinese (index 1). The
+// choice is not stored; every start begins in Chinese, the source language.
+class SelectLanguageDialog : public QDialog
+{
+    Q_OBJECT
+
+public:
+    explicit SelectLanguageDialog(QWidget* parent = nullptr);
+    ~SelectLanguageDialog() override;
+
+    // The compiled translation for a combo index (0 English, anything else Chinese).
+    static QString translationFile(int index);
+    // Loads the translation for the index and installs it, so that every open window
+    // retranslates at once. False when the translation can't be loaded.
+    static bool switchLanguage(int index);
+
+    void accept() override;
+
+protected:
+    void changeEvent(QEvent* event) override;
+
+private:
+    // The program's translator. It belongs to the application, not to one dialog, so that the
+    // choice outlives the dialog and the window that opened it.
+    static QTranslator* translator();
+
+    Ui::SelectLanguageDialog* ui;
+};

@@ -1,0 +1,92 @@
+#include "BindDeviceDialog.h"
+#include "ui_BindDeviceDialog.h"
+
+#include "AutoSearchWidget.h"
+#include "DatabaseManager.h"
+#include "LogUtil.h"
+#include "LoginController.h"
+#include "ManualAssignWidget.h"
+#include "MessageBoxUtil.h"
+
+#include <QCloseEvent>
+#include <QUdpSocket>
+
+BindDeviceDialog::BindDeviceDialog(QWidget* parent)
+    : QDialog(parent)
+    , ui(new Ui::BindDeviceDialog)
+    , m_socket(new QUdpSocket(this))
+    , m_controller(new LoginController(this))
+{
+    ui->setupUi(this);
+    setFixedSize(size());
+    m_search = new AutoSearchWidget(m_socket, this);
+    m_assign = new ManualAssignWidget(this);
+    ui->stackedWidget->addWidget(m_search);
+    ui->stackedWidget->addWidget(m_assign);
+    ui->stackedWidget->setCurrentIndex(0);
+
+    connect(m_search, &AutoSearchWidget::addDevice, this, &BindDeviceDialog::connectDevice);
+    connect(m_assign, &ManualAssignWidget::addDevice, this, &BindDeviceDialog::connectDevice);
+    connect(m_controller, &LoginController::bindDeviceSuccess, this, &BindDeviceDialog::bindDeviceSuccess);
+    connect(m_controller, &LoginController::bindDeviceFail, this, &BindDeviceDialog::bindDeviceFail);
+}
+
+BindDeviceDialog::~BindDeviceDialog()
+{
+    delete ui;
+}
+
+void BindDeviceDialog::on_button_search_clicked()
+{
+    ui->button_search->setChecked(true);
+    ui->stackedWidget->setCurrentIndex(0);
+}
+
+void BindDeviceDialog::on_button_assign_clicked()
+{
+    ui->button_assign->setChecked(true);
+    ui->stackedWidget->setCurrentIndex(1);
+}
+
+void BindDeviceDialog::connectDevice(Device& device)
+{
+    DatabaseManager db;
+    if (!db.queryDevice(device.productID).deviceName.isEmpty()) {
+        MessageBoxUtil::warningMsg(this, QStringLiteral("Velkor"), tr("该设备已添加"));
+        return;
+    }
+    emit m_controller->bindDevice(device, 3007);
+}
+
+void BindDeviceDialog::bindDeviceSuccess(Device& device)
+{
+    LogUtil::d(QStringLiteral("localIP:%1 , remoteIP:%2 , productID:%3 , devicename:%4 ")
+                   .arg(device.localIP, device.remoteIP, device.productID, device.deviceName));
+    DatabaseManager db;
+    db.inseretDevice(device);
+    Device stored = db.queryDevice(device.productID);
+    stored.internetPort = device.internetPort;
+    stored.connectStatus = device.connectStatus;
+    emit connectDeviceSuccess(stored);
+    m_search->closeInputDialog();
+    close();
+}
+
+void BindDeviceDialog::bindDeviceFail(QString& message)
+{
+    MessageBoxUtil::warningMsg(this, QStringLiteral("title"), message);
+}
+
+void BindDeviceDialog::closeEvent(QCloseEvent* event)
+{
+    // Leave port 5077 to the background task.
+    m_socket->close();
+    QDialog::closeEvent(event);
+}
+
+void BindDeviceDialog::changeEvent(QEvent* event)
+{
+    if (event->type() == QEvent::LanguageChange)
+        ui->retranslateUi(this);
+    QDialog::changeEvent(event);
+}

@@ -1,0 +1,33 @@
+#include "LoginController.h"
+
+#include "LoginThread.h"
+
+LoginController::LoginController(QObject* parent) : QObject(parent)
+{
+    qRegisterMetaType<Device>("Device&");
+    qRegisterMetaType<QString>("QString&");
+
+    auto* worker = new LoginThread;
+    worker->moveToThread(&m_thread);
+    connect(&m_thread, &QThread::finished, worker, &QObject::deleteLater);
+    connect(this, &LoginController::bindDevice, worker, &LoginThread::bindDevice);
+    connect(worker, &LoginThread::showErrorMsg, this, &LoginController::deviceFailed);
+    connect(worker, &LoginThread::bindDeviceSuccess, this, &LoginController::deviceSuccess);
+    m_thread.start(QThread::InheritPriority);
+}
+
+LoginController::~LoginController()
+{
+    m_thread.quit();
+    m_thread.wait();
+}
+
+void LoginController::deviceFailed(QString& message)
+{
+    emit bindDeviceFail(message);
+}
+
+void LoginController::deviceSuccess(Device& device)
+{
+    emit bindDeviceSuccess(device);
+}

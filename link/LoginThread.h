@@ -1,0 +1,84 @@
+#pragma once
+
+#include "Device.h"
+
+#include <QNetworkRequest>
+#include <QObject>
+#include <QPointer>
+#include <QString>
+
+class QNetworkAccessManager;
+class QNetworkReply;
+class QTcpSocket;
+
+// Base of every device worker: turns a Device into a logged-in socket, binds new devices,
+// and offers the request/reply exchange that all workers share. Lives on its controller's
+// thread; every wait here blocks that thread only.
+class LoginThread : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit LoginThread(QObject* parent = nullptr);
+    ~LoginThread() override;
+
+    // An open, logged-in socket, or null. LAN address first, then the stored internet
+    // address, then the address service; writes connectStatus (and remoteIP when the
+    // service's address was used) back to the record and to DEVICES.
+    QTcpSocket* login(Device& device, int port);
+
+    // Keeps the connection open after the call (the socket stays in the member).
+    QTcpSocket* loginToVoiceListen(Device& device, int port, int udpPort);
+
+    // Asks the remote address service for the device's internet address ("act" is
+    // "getremoteip2", or "getremoteip" for the voice monitor). The body up to its first NUL;
+    // empty when the service is not configured, does not answer in time, or knows no device.
+    QString queryRemoteAddress(const QString& productID, const QString& act = QStringLiteral("getremoteip2"));
+
+    // "address" or "address:port"; port stays untouched when the body has none.
+    static void splitAddress(const QString& body, QString& address, int& port);
+
+public slots:
+    void bindDevice(Device& device, int port);
+    void requestFinished(QNetworkReply* reply);
+
+signals:
+    void bindDeviceSuccess(Device& device);
+    void showErrorMsg(QString& message);
+
+protected:
+    // One request on an open socket: write, wait for the reply, read and decode. A device that
+    // stays silent gives an empty text. With `needed`, the reply is whole only once it holds
+    // that tag (or refuses).
+    static QString exchange(QTcpSocket* socket, const QString& request, bool withMark = false,
+                            const QString& needed = QString());
+    // Waits for and reads the device's next reply, after `bytes` that came of it already;
+    // pieces are joined until the reply is whole (see isWholeReply) or timeoutMs has passed.
+    // Empty after the time-out.
+    static QString readReply(QTcpSocket* socket, int timeoutMs, QByteArray bytes = QByteArray(),
+                             const QString& needed = QString());
+    // True when the text ends in a close mark "</...>" (trailing 0 units and blanks aside),
+    // the only sign of a reply's end that the stream gives, and holds the needed tag (if any)
+    // or a FEEDBACK other than "OK". A reply cut right after a tag still passes for whole.
+    static bool isWholeReply(const QString& text, const QString& needed = QString());
+    // Reads a binary block of `size` bytes that may arrive in pieces; fewer bytes when the
+    // device stays silent for timeoutMs in all or closes the connection first.
+    static QByteArray readBlock(QTcpSocket* socket, int size, int timeoutMs);
+    // Ends the operation's connection; the socket frees itself once it is closed.
+    static void hangUp(QTcpSocket* socket);
+    // Connects the socket's end to its own release.
+    static void releaseOnDisconnect(QTcpSocket* socket);
+
+    int m_blockSize = 1200;
+    QPointer<QTcpSocket> m_socket;
+    QNetworkRequest m_request;
+    QNetworkAccessManager* m_manager = nullptr;
+
+private:
+    bool connectTo(QTcpSocket* socket, const QString& host, int port);
+    void storeConnectStatus(Device& device, int status);
+    // Greeting, identity check and challenge; true when LOGIN_STATE is "OK".
+    enum class LoginResult { Ok, NoGreeting, WrongId, Refused };
+    LoginResult answerChallenge(QTcpSocket* socket, Device& device, const QString& extraTags,
+                                QString* greeting, QString* reply);
+};

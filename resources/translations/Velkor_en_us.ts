@@ -1,0 +1,1398 @@
+<?xml version='1.0' encoding='utf-8'?>
+<TS version="2.1" language="en_US" sourcelanguage="zh_CN">
+<context>
+    <name>AddContactDialog</name>
+    <message>
+        <source>联系人</source>
+        <translation>Contact</translation>
+    </message>
+    <message>
+        <source>姓氏：</source>
+        <translation>Last name:</translation>
+    </message>
+    <message>
+        <source>名字：</source>
+        <translation>First name:</translation>
+    </message>
+    <message>
+        <source>表示为：</source>
+        <translation>Display as:</translation>
+    </message>
+    <message>
+        <source>公司：</source>
+        <translation>Company:</translation>
+    </message>
+    <message>
+        <source>部门：</source>
+        <translation>Department:</translation>
+    </message>
+    <message>
+        <source>职务：</source>
+        <translation>Job title:</translation>
+    </message>
+    <message>
+        <source>商务传真：</source>
+        <translation>Business fax:</translation>
+    </message>
+    <message>
+        <source>住宅传真：</source>
+        <translation>Home fax:</translation>
+    </message>
+    <message>
+        <source>其他传真：</source>
+        <translation>Other fax:</translation>
+    </message>
+    <message>
+        <source>商务电话：</source>
+        <translation>Business phone:</translation>
+    </message>
+    <message>
+        <source>住宅电话：</source>
+        <translation>Home phone:</translation>
+    </message>
+    <message>
+        <source>移动电话：</source>
+        <translation>Mobile phone:</translation>
+    </message>
+    <message>
+        <source>邮政编码：</source>
+        <translation>Postal code:</translation>
+    </message>
+    <message>
+        <source>电子邮件：</source>
+        <translation>Email:</translation>
+    </message>
+    <message>
+        <source>联系地址：</source>
+        <translation>Address:</translation>
+    </message>
+    <message>
+        <source>备注：</source>
+        <translation>Remark:</translation>
+    </message>
+    <message>
+        <source>分组：</source>
+        <translation>Group:</translation>
+    </message>
+    <message>
+        <source>保存</source>
+        <translation>Save</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Cancel</translation>
+    </message>
+</context>
+<context>
+    <name>AutoOutputDialog</name>
+    <message>
+        <source>传真自动输出设置</source>
+        <translation>Automatic Fax Output Settings</translation>
+    </message>
+    <message>
+        <source>收到新传真时</source>
+        <translation>When a new fax is received</translation>
+    </message>
+    <message>
+        <source>自动输出通用格式文件</source>
+        <translation>Automatically output a file in a common format</translation>
+    </message>
+    <message>
+        <source>文件类型：</source>
+        <translation>File type:</translation>
+    </message>
+    <message>
+        <source>输出路径：</source>
+        <translation>Output path:</translation>
+    </message>
+    <message>
+        <source>浏览</source>
+        <translation>Browse</translation>
+    </message>
+    <message>
+        <source>创建子文件夹：</source>
+        <translation>Create subfolder:</translation>
+    </message>
+    <message>
+        <source>&lt;用户名&gt;</source>
+        <translation>&lt;User name&gt;</translation>
+    </message>
+    <message>
+        <source>&lt;用户名&gt;&lt;传真号码&gt;</source>
+        <translation>&lt;User name&gt;&lt;Fax number&gt;</translation>
+    </message>
+    <message>
+        <source>&lt;用户名&gt;&lt;联系人&gt;</source>
+        <translation>&lt;User name&gt;&lt;Contact&gt;</translation>
+    </message>
+    <message>
+        <source>成功发送传真后</source>
+        <translation>After a fax is sent successfully</translation>
+    </message>
+    <message>
+        <source>应用</source>
+        <translation>Apply</translation>
+    </message>
+</context>
+<context>
+    <name>AutoSearchWidget</name>
+    <message>
+        <source>正在搜索设备...</source>
+        <translation>Searching devices...</translation>
+    </message>
+</context>
+<context>
+    <name>BindDeviceDialog</name>
+    <message>
+        <source>添加设备</source>
+        <translation>Add a Device</translation>
+    </message>
+    <message>
+        <source>发现</source>
+        <translation>Find</translation>
+    </message>
+    <message>
+        <source>指定</source>
+        <translation>Assign</translation>
+    </message>
+    <message>
+        <source>该设备已添加</source>
+        <translation>This device has already been added</translation>
+    </message>
+</context>
+<context>
+    <name>ContactTypeDialog</name>
+    <message>
+        <source>编辑类别</source>
+        <translation>Edit categories</translation>
+    </message>
+    <message>
+        <source>新建</source>
+        <translation>New</translation>
+    </message>
+    <message>
+        <source>重命名</source>
+        <translation>Rename</translation>
+    </message>
+    <message>
+        <source>删除</source>
+        <translation>Delete</translation>
+    </message>
+    <message>
+        <source>关闭</source>
+        <translation>Close</translation>
+    </message>
+    <message>
+        <source>类别名称</source>
+        <translation>Category name</translation>
+    </message>
+    <message>
+        <source>联系人分类名称</source>
+        <translation>Contact category name</translation>
+    </message>
+    <message>
+        <source>同名类别已经存在</source>
+        <translation>A category with this name already exists</translation>
+    </message>
+    <message>
+        <source>分组内有联系人，无法删除分组</source>
+        <translation>The group contains contacts and cannot be deleted</translation>
+    </message>
+</context>
+<context>
+    <name>ContactWindow</name>
+    <message>
+        <source>通讯薄</source>
+        <translation>Address Book</translation>
+    </message>
+    <message>
+        <source>按类别显示：</source>
+        <translation>Show by category:</translation>
+    </message>
+    <message>
+        <source>编辑类别</source>
+        <translation>Edit categories</translation>
+    </message>
+    <message>
+        <source>搜索联系人</source>
+        <translation>Search contacts</translation>
+    </message>
+    <message>
+        <source>新建</source>
+        <translation>New</translation>
+    </message>
+    <message>
+        <source>修改</source>
+        <translation>Modify</translation>
+    </message>
+    <message>
+        <source>删除</source>
+        <translation>Delete</translation>
+    </message>
+    <message>
+        <source>移动到-&gt;</source>
+        <translation>Move to-&gt;</translation>
+    </message>
+    <message>
+        <source>导入联系人</source>
+        <translation>Import contacts</translation>
+    </message>
+    <message>
+        <source>导出联系人</source>
+        <translation>Export contacts</translation>
+    </message>
+    <message>
+        <source>从电子表格导入(*.csv)</source>
+        <translation>From spreadsheet (*.csv)</translation>
+    </message>
+    <message>
+        <source>从名片文件导入(*.vcf)</source>
+        <translation>From business card file (*.vcf)</translation>
+    </message>
+    <message>
+        <source>导出为电子表格(*.csv)</source>
+        <translation>As spreadsheet (*.csv)</translation>
+    </message>
+    <message>
+        <source>导出为名片文件(*.cvf)</source>
+        <translation>As business card file (*.cvf)</translation>
+    </message>
+    <message>
+        <source>类别</source>
+        <translation>Category</translation>
+    </message>
+    <message>
+        <source>联系人</source>
+        <translation>Contact</translation>
+    </message>
+    <message>
+        <source>公司</source>
+        <translation>Company</translation>
+    </message>
+    <message>
+        <source>传真号码</source>
+        <translation>Fax number</translation>
+    </message>
+    <message>
+        <source>电邮</source>
+        <translation>Email</translation>
+    </message>
+    <message>
+        <source>全部联系人</source>
+        <translation>All contacts</translation>
+    </message>
+    <message>
+        <source>保存文件</source>
+        <translation>Save file</translation>
+    </message>
+    <message>
+        <source>联系人.csv</source>
+        <translation>contacts.csv</translation>
+    </message>
+    <message>
+        <source>打开</source>
+        <translation>Open</translation>
+    </message>
+</context>
+<context>
+    <name>CreateLocalAccountWidget</name>
+    <message>
+        <source>创建本地账户</source>
+        <translation>Create Local Account</translation>
+    </message>
+    <message>
+        <source>本地账户只能在这台电脑上使用。</source>
+        <translation>A local account works on this computer only.</translation>
+    </message>
+    <message>
+        <source>输入昵称</source>
+        <translation>Name</translation>
+    </message>
+    <message>
+        <source>输入密码</source>
+        <translation>Enter Password</translation>
+    </message>
+    <message>
+        <source>确认密码</source>
+        <translation>Enter Password Again</translation>
+    </message>
+    <message>
+        <source>确定</source>
+        <translation>OK</translation>
+    </message>
+    <message>
+        <source>返回登录</source>
+        <translation>Back to Login</translation>
+    </message>
+    <message>
+        <source>警告</source>
+        <translation>Warning</translation>
+    </message>
+    <message>
+        <source>该账号已被创建</source>
+        <translation>Account already exists.</translation>
+    </message>
+    <message>
+        <source>昵称不能包含“/”，也不能是“.”或“..”</source>
+        <translation>A name can't contain "/" or be "." or "..".</translation>
+    </message>
+    <message>
+        <source>两次输入的密码不一致</source>
+        <translation>Password incorrect. Please try again.</translation>
+    </message>
+</context>
+<context>
+    <name>DeleteBoxWidget</name>
+    <message>
+        <source>状态</source>
+        <translation>Status</translation>
+    </message>
+    <message>
+        <source>接收号码</source>
+        <translation>Answer Number</translation>
+    </message>
+    <message>
+        <source>收件人</source>
+        <translation>Recipient</translation>
+    </message>
+    <message>
+        <source>发送号码</source>
+        <translation>Calling Number</translation>
+    </message>
+    <message>
+        <source>发件人</source>
+        <translation>Sender</translation>
+    </message>
+    <message>
+        <source>页数</source>
+        <translation>Page(s)</translation>
+    </message>
+    <message>
+        <source>时间</source>
+        <translation>Time</translation>
+    </message>
+    <message>
+        <source>文字备注</source>
+        <translation>Remarks</translation>
+    </message>
+    <message>
+        <source>失败原因</source>
+        <translation>Failure Issue</translation>
+    </message>
+    <message>
+        <source>服务器</source>
+        <translation>Server</translation>
+    </message>
+    <message>
+        <source>还原</source>
+        <translation>Restore</translation>
+    </message>
+    <message>
+        <source>删除</source>
+        <translation>Delete</translation>
+    </message>
+</context>
+<context>
+    <name>DestopTip</name>
+    <message>
+        <source>我是右下角弹框</source>
+        <translation>I am the notice at the lower right corner</translation>
+    </message>
+</context>
+<context>
+    <name>DeviceItemDelegate</name>
+    <message>
+        <source>添加</source>
+        <translation>Add</translation>
+    </message>
+</context>
+<context>
+    <name>DeviceListDelegate</name>
+    <message>
+        <source>管理员</source>
+        <translation>Administrator</translation>
+    </message>
+    <message>
+        <source>分发员</source>
+        <translation>Distributor</translation>
+    </message>
+    <message>
+        <source>普通用户</source>
+        <translation>Ordinary User</translation>
+    </message>
+</context>
+<context>
+    <name>DeviceListWindow</name>
+    <message>
+        <source>我的设备</source>
+        <translation>My Devices</translation>
+    </message>
+</context>
+<context>
+    <name>DeviceManageWidget</name>
+    <message>
+        <source>返回</source>
+        <translation>Back</translation>
+    </message>
+    <message>
+        <source>修改设备名称</source>
+        <translation>Rename Device</translation>
+    </message>
+    <message>
+        <source>更改设备账号</source>
+        <translation>Change Device Account</translation>
+    </message>
+    <message>
+        <source>删除设备</source>
+        <translation>Delete Device</translation>
+    </message>
+    <message>
+        <source>版本与状态</source>
+        <translation>Version and Status</translation>
+    </message>
+    <message>
+        <source>Email设置</source>
+        <translation>Email Settings</translation>
+    </message>
+    <message>
+        <source>设备高级参数</source>
+        <translation>Advanced Device Parameters</translation>
+    </message>
+    <message>
+        <source>网络设置</source>
+        <translation>Network Settings</translation>
+    </message>
+    <message>
+        <source>时间与时区</source>
+        <translation>Time and Time Zone</translation>
+    </message>
+    <message>
+        <source>设备日志</source>
+        <translation>Device Log</translation>
+    </message>
+    <message>
+        <source>用户账号</source>
+        <translation>User Accounts</translation>
+    </message>
+    <message>
+        <source>传真设置</source>
+        <translation>Fax Settings</translation>
+    </message>
+    <message>
+        <source>传真发送队列</source>
+        <translation>Fax Send Queue</translation>
+    </message>
+    <message>
+        <source>传真历史记录</source>
+        <translation>Fax History</translation>
+    </message>
+    <message>
+        <source>固件升级</source>
+        <translation>Firmware Upgrade</translation>
+    </message>
+    <message>
+        <source>设备语言监听</source>
+        <translation>Device Voice Monitor</translation>
+    </message>
+    <message>
+        <source>%1(%2) 分机号:%3</source>
+        <translation>%1(%2) Extension:%3</translation>
+    </message>
+    <message>
+        <source>确定要删除此设备并清除此设备下的传真?</source>
+        <translation>Delete this device and clear its faxes?</translation>
+    </message>
+    <message>
+        <source>设备名称</source>
+        <translation>Device Name</translation>
+    </message>
+    <message>
+        <source>修改设备名称失败</source>
+        <translation>Renaming the device failed</translation>
+    </message>
+    <message>
+        <source>修改设备名称成功</source>
+        <translation>The device was renamed</translation>
+    </message>
+</context>
+<context>
+    <name>FaxDetailWidget</name>
+    <message>
+        <source>本线路标识</source>
+        <translation>Line Identity</translation>
+    </message>
+    <message>
+        <source>公司名称:</source>
+        <translation>Company Name:</translation>
+    </message>
+    <message>
+        <source>传真号码:</source>
+        <translation>Fax Number:</translation>
+    </message>
+    <message>
+        <source>传真标识:</source>
+        <translation>Fax ID (CSID):</translation>
+    </message>
+    <message>
+        <source>传真页眉格式：</source>
+        <translation>Fax Header Format:</translation>
+    </message>
+    <message>
+        <source>线路与拨号</source>
+        <translation>Line and Dialling</translation>
+    </message>
+    <message>
+        <source>禁用本线路断线警示音</source>
+        <translation>Disable the disconnect warning tone on this line</translation>
+    </message>
+    <message>
+        <source>接收传真后复位线路</source>
+        <translation>Reset the line after receiving a fax</translation>
+    </message>
+    <message>
+        <source>本地区号:</source>
+        <translation>Local Area Code:</translation>
+    </message>
+    <message>
+        <source>拨IP电话码:</source>
+        <translation>IP Call Prefix:</translation>
+    </message>
+    <message>
+        <source>拨外线码:</source>
+        <translation>Outside Line Prefix:</translation>
+    </message>
+    <message>
+        <source>拨内线码:</source>
+        <translation>Inside Line Prefix:</translation>
+    </message>
+    <message>
+        <source>发送</source>
+        <translation>Sending</translation>
+    </message>
+    <message>
+        <source>发送速度:</source>
+        <translation>Send Speed:</translation>
+    </message>
+    <message>
+        <source>发送时启用纠错模式(ECM)</source>
+        <translation>Use error correction (ECM) when sending</translation>
+    </message>
+    <message>
+        <source>发送时禁用语音提示</source>
+        <translation>Disable voice prompts when sending</translation>
+    </message>
+    <message>
+        <source>禁用本线路发送</source>
+        <translation>Disable sending on this line</translation>
+    </message>
+    <message>
+        <source>发送优先级别:</source>
+        <translation>Send Priority:</translation>
+    </message>
+    <message>
+        <source>接收</source>
+        <translation>Receiving</translation>
+    </message>
+    <message>
+        <source>接受速度:</source>
+        <translation>Receive Speed:</translation>
+    </message>
+    <message>
+        <source>接收时启用纠错模式(ECM)</source>
+        <translation>Use error correction (ECM) when receiving</translation>
+    </message>
+    <message>
+        <source>接收时禁用语音提示</source>
+        <translation>Disable voice prompts when receiving</translation>
+    </message>
+    <message>
+        <source>自动接听振铃次数:</source>
+        <translation>Rings Before Auto Answer:</translation>
+    </message>
+    <message>
+        <source>传真分机号码错误仍然开始接收</source>
+        <translation>Receive even when the fax extension number is wrong</translation>
+    </message>
+    <message>
+        <source>未检测到传真音仍然开始接收</source>
+        <translation>Receive even when no fax tone is detected</translation>
+    </message>
+    <message>
+        <source>必须输入正确分机号码才接收</source>
+        <translation>Receive only after a correct extension number</translation>
+    </message>
+    <message>
+        <source>(接收的传真都保存在公共传真收件箱)</source>
+        <translation>(Received faxes are all kept in the public fax inbox)</translation>
+    </message>
+    <message>
+        <source>电话转移码:</source>
+        <translation>Call Transfer Code:</translation>
+    </message>
+    <message>
+        <source>正在与设备通信，请稍候...</source>
+        <translation>Communicating with the device, please wait...</translation>
+    </message>
+    <message>
+        <source>应用修改</source>
+        <translation>Apply Changes</translation>
+    </message>
+    <message>
+        <source>设置服务器传真参数成功</source>
+        <translation>Fax parameters of the server set</translation>
+    </message>
+    <message>
+        <source>设置服务器传真参数失败</source>
+        <translation>Setting the fax parameters of the server failed</translation>
+    </message>
+</context>
+<context>
+    <name>FaxDetailWindow</name>
+    <message>
+        <source>传真查看编辑器</source>
+        <translation>Fax Viewer and Editor</translation>
+    </message>
+    <message>
+        <source>收件人....</source>
+        <translation>Recipients....</translation>
+    </message>
+    <message>
+        <source>传真号码，多个号码用分号隔开</source>
+        <translation>Fax numbers, separated by semicolons</translation>
+    </message>
+    <message>
+        <source>备注：</source>
+        <translation>Remark:</translation>
+    </message>
+    <message>
+        <source>传真选项</source>
+        <translation>Fax Options</translation>
+    </message>
+    <message>
+        <source>时间：</source>
+        <translation>Time:</translation>
+    </message>
+    <message>
+        <source>发件人：</source>
+        <translation>Sender:</translation>
+    </message>
+    <message>
+        <source>收件人：</source>
+        <translation>Recipient:</translation>
+    </message>
+    <message>
+        <source>传真</source>
+        <translation>File</translation>
+    </message>
+    <message>
+        <source>页面</source>
+        <translation>Page</translation>
+    </message>
+    <message>
+        <source>工具栏</source>
+        <translation>Toolbar</translation>
+    </message>
+    <message>
+        <source>来自文件</source>
+        <translation>From File</translation>
+    </message>
+    <message>
+        <source>回复</source>
+        <translation>Reply</translation>
+    </message>
+    <message>
+        <source>转发</source>
+        <translation>Forward</translation>
+    </message>
+    <message>
+        <source>上一页</source>
+        <translation>Previous page</translation>
+    </message>
+    <message>
+        <source>下一页</source>
+        <translation>Next page</translation>
+    </message>
+    <message>
+        <source>页面上移</source>
+        <translation>Move Up</translation>
+    </message>
+    <message>
+        <source>页面下移</source>
+        <translation>Move Down</translation>
+    </message>
+    <message>
+        <source>删除页面</source>
+        <translation>Delete Page</translation>
+    </message>
+    <message>
+        <source>向左旋转</source>
+        <translation>Rotate left</translation>
+    </message>
+    <message>
+        <source>向右旋转</source>
+        <translation>Rotate right</translation>
+    </message>
+    <message>
+        <source>放大</source>
+        <translation>Zoom in</translation>
+    </message>
+    <message>
+        <source>缩小</source>
+        <translation>Zoom out</translation>
+    </message>
+    <message>
+        <source>分割页面</source>
+        <translation>Split Page</translation>
+    </message>
+    <message>
+        <source>添加传真封面</source>
+        <translation>Add Cover Page</translation>
+    </message>
+    <message>
+        <source>签名盖章</source>
+        <translation>Sign and Stamp</translation>
+    </message>
+    <message>
+        <source>文字标注</source>
+        <translation>Text Note</translation>
+    </message>
+    <message>
+        <source>当前页面另存为</source>
+        <translation>Save Current Page As</translation>
+    </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor Message</translation>
+    </message>
+    <message>
+        <source>无法读取传真文件：%1</source>
+        <translation>Cannot read the fax file: %1</translation>
+    </message>
+    <message>
+        <source>打开</source>
+        <translation>Open</translation>
+    </message>
+    <message>
+        <source>正在读取 %1 ...</source>
+        <translation>Reading %1 ...</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Cancel</translation>
+    </message>
+    <message>
+        <source>以下文件无法读取，已跳过：
+%1</source>
+        <translation>These files could not be read and were skipped:
+%1</translation>
+    </message>
+    <message>
+        <source>传真第%1页</source>
+        <translation>Fax page %1</translation>
+    </message>
+    <message>
+        <source>无法保存图片：%1</source>
+        <translation>Cannot save the image: %1</translation>
+    </message>
+    <message>
+        <source>请输入收件人信息</source>
+        <translation>Please enter the recipient</translation>
+    </message>
+    <message>
+        <source>请添加传真文件</source>
+        <translation>Please add a fax file</translation>
+    </message>
+    <message>
+        <source>还没有添加设备</source>
+        <translation>No device has been added yet</translation>
+    </message>
+    <message>
+        <source>传真没有生成，请检查收件人信息</source>
+        <translation>No fax was made; please check the recipients</translation>
+    </message>
+    <message>
+        <source>发送传真</source>
+        <translation>Send Fax</translation>
+    </message>
+</context>
+<context>
+    <name>FaxDistributeDialog</name>
+    <message>
+        <source>内部分发</source>
+        <translation>Internal Distribution</translation>
+    </message>
+</context>
+<context>
+    <name>FaxOptionDialog</name>
+    <message>
+        <source>传真选项</source>
+        <translation>Fax Options</translation>
+    </message>
+    <message>
+        <source>发送安排</source>
+        <translation>Sending Schedule</translation>
+    </message>
+    <message>
+        <source>发送时间不早于</source>
+        <translation>Send not before</translation>
+    </message>
+    <message>
+        <source>过期取消发送</source>
+        <translation>Cancel sending after</translation>
+    </message>
+    <message>
+        <source>允许发送的时段</source>
+        <translation>Permitted sending hours</translation>
+    </message>
+    <message>
+        <source>最大拨号次数</source>
+        <translation>Most dial attempts</translation>
+    </message>
+    <message>
+        <source>重试间隔时间(分钟)</source>
+        <translation>Retry interval (minutes)</translation>
+    </message>
+    <message>
+        <source>发送优先级</source>
+        <translation>Priority</translation>
+    </message>
+    <message>
+        <source>低</source>
+        <translation>Low</translation>
+    </message>
+    <message>
+        <source>普通</source>
+        <translation>Normal</translation>
+    </message>
+    <message>
+        <source>高</source>
+        <translation>High</translation>
+    </message>
+    <message>
+        <source>紧急</source>
+        <translation>Critical</translation>
+    </message>
+    <message>
+        <source>传真图文质量</source>
+        <translation>Fax quality</translation>
+    </message>
+    <message>
+        <source>普通(较快)</source>
+        <translation>Normal (faster)</translation>
+    </message>
+    <message>
+        <source>精细(较慢)</source>
+        <translation>Fine (slower)</translation>
+    </message>
+    <message>
+        <source>禁止服务器自动标注页眉</source>
+        <translation>No page header by the server</translation>
+    </message>
+    <message>
+        <source>禁止自动添加拨号前缀</source>
+        <translation>No automatic dial prefix</translation>
+    </message>
+    <message>
+        <source>保存为默认设置</source>
+        <translation>Save as default</translation>
+    </message>
+    <message>
+        <source>确定</source>
+        <translation>OK</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Cancel</translation>
+    </message>
+</context>
+<context>
+    <name>FaxPageWidget</name>
+    <message>
+        <source>传真封面</source>
+        <translation>Fax Cover Page</translation>
+    </message>
+    <message>
+        <source>添加封面</source>
+        <translation>Add Cover</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Cancel</translation>
+    </message>
+</context>
+<context>
+    <name>FaxSettingWidget</name>
+    <message>
+        <source>正在与设备通信，请稍候...</source>
+        <translation>Communicating with the device, please wait...</translation>
+    </message>
+    <message>
+        <source>线路1</source>
+        <translation>Line 1</translation>
+    </message>
+    <message>
+        <source>线路2</source>
+        <translation>Line 2</translation>
+    </message>
+</context>
+<context>
+    <name>FaxStatus</name>
+    <message>
+        <source>发送失败</source>
+        <translation>Send failed</translation>
+    </message>
+    <message>
+        <source>发送成功</source>
+        <translation>Sent</translation>
+    </message>
+    <message>
+        <source>等待上传</source>
+        <translation>Waiting for upload</translation>
+    </message>
+    <message>
+        <source>正在上传</source>
+        <translation>Uploading</translation>
+    </message>
+    <message>
+        <source>排队中</source>
+        <translation>In queue</translation>
+    </message>
+    <message>
+        <source>发送中</source>
+        <translation>Sending</translation>
+    </message>
+    <message>
+        <source>已停止</source>
+        <translation>Stopped</translation>
+    </message>
+    <message>
+        <source>计划中</source>
+        <translation>Planned</translation>
+    </message>
+    <message>
+        <source>未读</source>
+        <translation>Unread</translation>
+    </message>
+    <message>
+        <source>已读</source>
+        <translation>Read</translation>
+    </message>
+    <message>
+        <source>已回复</source>
+        <translation>Replied</translation>
+    </message>
+    <message>
+        <source>已转发</source>
+        <translation>Forwarded</translation>
+    </message>
+    <message>
+        <source>已打印</source>
+        <translation>Printed</translation>
+    </message>
+    <message>
+        <source>低</source>
+        <translation>Low</translation>
+    </message>
+    <message>
+        <source>普通</source>
+        <translation>Normal</translation>
+    </message>
+    <message>
+        <source>高</source>
+        <translation>High</translation>
+    </message>
+    <message>
+        <source>紧急</source>
+        <translation>Critical</translation>
+    </message>
+    <message>
+        <source>正在拨号</source>
+        <translation>Dialling</translation>
+    </message>
+    <message>
+        <source>正在连接</source>
+        <translation>Connecting</translation>
+    </message>
+    <message>
+        <source>传真握手 %1</source>
+        <translation>Fax handshake %1</translation>
+    </message>
+    <message>
+        <source>已完成%1页%2%(共%3页)</source>
+        <translation>Page %1 done, %2% (of %3 pages)</translation>
+    </message>
+</context>
+<context>
+    <name>HighOptionWidget</name>
+    <message>
+        <source>设备高级参数</source>
+        <translation>Advanced Device Parameters</translation>
+    </message>
+    <message>
+        <source>正在与设备通信，请稍候...</source>
+        <translation>Communicating with the device, please wait...</translation>
+    </message>
+    <message>
+        <source>应用修改</source>
+        <translation>Apply Changes</translation>
+    </message>
+    <message>
+        <source>修改高级参数设置成功</source>
+        <translation>Advanced parameters changed</translation>
+    </message>
+    <message>
+        <source>修改高级参数设置失败</source>
+        <translation>Changing the advanced parameters failed</translation>
+    </message>
+</context>
+<context>
+    <name>InputDeviceInfoDialog</name>
+    <message>
+        <source>添加设备</source>
+        <translation>Add a Device</translation>
+    </message>
+    <message>
+        <source>请输入设备账号和密码</source>
+        <translation>Please enter device account and password</translation>
+    </message>
+    <message>
+        <source>设备账号</source>
+        <translation>Device Account</translation>
+    </message>
+    <message>
+        <source>设备密码</source>
+        <translation>Device Password</translation>
+    </message>
+</context>
+<context>
+    <name>LoginThread</name>
+    <message>
+        <source>无法连接设备</source>
+        <translation>Cannot connect to the device</translation>
+    </message>
+    <message>
+        <source>设备ID不匹配</source>
+        <translation>Device ID mismatch</translation>
+    </message>
+    <message>
+        <source>设备使用权限验证失败</source>
+        <translation>Verification of the right to use the device failed</translation>
+    </message>
+</context>
+<context>
+    <name>LoginWidget</name>
+    <message>
+        <source>本地账户登录</source>
+        <translation>Local Account Login</translation>
+    </message>
+    <message>
+        <source>账户</source>
+        <translation>Account</translation>
+    </message>
+    <message>
+        <source>密码</source>
+        <translation>Password</translation>
+    </message>
+    <message>
+        <source>记住密码</source>
+        <translation>Remember Password</translation>
+    </message>
+    <message>
+        <source>自动登录</source>
+        <translation>Log in Automatically</translation>
+    </message>
+    <message>
+        <source>登录</source>
+        <translation>Log In</translation>
+    </message>
+    <message>
+        <source>创建本地账户</source>
+        <translation>Create Local Account</translation>
+    </message>
+    <message>
+        <source>语言</source>
+        <translation>Language</translation>
+    </message>
+    <message>
+        <source>帐号或密码错误，请重新输入</source>
+        <translation>Account or password incorrect. Please try again.</translation>
+    </message>
+</context>
+<context>
+    <name>LoginWindow</name>
+    <message>
+        <source>Velkor自动传真系统</source>
+        <translation>Velkor Automatic Fax System</translation>
+    </message>
+</context>
+<context>
+    <name>ManualAssignWidget</name>
+    <message>
+        <source>设备ID或IP地址</source>
+        <translation>Device ID or IP address</translation>
+    </message>
+    <message>
+        <source>设备账号</source>
+        <translation>Device Account</translation>
+    </message>
+    <message>
+        <source>设备密码</source>
+        <translation>Device Password</translation>
+    </message>
+    <message>
+        <source>验证</source>
+        <translation>Verifying</translation>
+    </message>
+</context>
+<context>
+    <name>MyImageViewer</name>
+    <message>
+        <source>上一页</source>
+        <translation>Previous page</translation>
+    </message>
+    <message>
+        <source>下一页</source>
+        <translation>Next page</translation>
+    </message>
+    <message>
+        <source>放大</source>
+        <translation>Zoom in</translation>
+    </message>
+    <message>
+        <source>缩小</source>
+        <translation>Zoom out</translation>
+    </message>
+    <message>
+        <source>向左旋转</source>
+        <translation>Rotate left</translation>
+    </message>
+    <message>
+        <source>向右旋转</source>
+        <translation>Rotate right</translation>
+    </message>
+    <message>
+        <source>打开TIFF文件失败</source>
+        <translation>Failed to open the TIFF file</translation>
+    </message>
+</context>
+<context>
+    <name>MyThread</name>
+    <message>
+        <source>OCR识别失败</source>
+        <translation>Text recognition failed</translation>
+    </message>
+</context>
+<context>
+    <name>OCRDialog</name>
+    <message>
+        <source>OCR识别</source>
+        <translation>OCR</translation>
+    </message>
+</context>
+<context>
+    <name>OCRUtil</name>
+    <message>
+        <source>未设置OCR识别程序，请在UserConfig.ini的ocrProgram项中填写它的路径。</source>
+        <translation>No OCR program is set. Enter its path as ocrProgram in UserConfig.ini.</translation>
+    </message>
+    <message>
+        <source>找不到OCR识别程序：%1</source>
+        <translation>OCR program not found: %1</translation>
+    </message>
+    <message>
+        <source>无法启动OCR识别程序：%1</source>
+        <translation>Could not start the OCR program: %1</translation>
+    </message>
+</context>
+<context>
+    <name>PlaceholderMainWindow</name>
+    <message>
+        <source>Velkor自动传真系统</source>
+        <translation>Velkor Automatic Fax System</translation>
+    </message>
+    <message>
+        <source>已登录：%1</source>
+        <translation>Logged in: %1</translation>
+    </message>
+    <message>
+        <source>用户选项</source>
+        <translation>Options</translation>
+    </message>
+    <message>
+        <source>语言</source>
+        <translation>Language</translation>
+    </message>
+    <message>
+        <source>程序选项</source>
+        <translation>Options</translation>
+    </message>
+    <message>
+        <source>退出登陆</source>
+        <translation>Log Out</translation>
+    </message>
+    <message>
+        <source>退出</source>
+        <translation>Exit</translation>
+    </message>
+</context>
+<context>
+    <name>QAdvancedPixmap</name>
+    <message>
+        <source>请输入...</source>
+        <translation>Please enter...</translation>
+    </message>
+</context>
+<context>
+    <name>ReceiveFaxThread</name>
+    <message>
+        <source>[ %1 ]正在接收%2 % (剩余%3份)</source>
+        <translation>[ %1 ] Receiving %2 % (%3 remaining)</translation>
+    </message>
+</context>
+<context>
+    <name>SelectContactDialog</name>
+    <message>
+        <source>选择收件人</source>
+        <translation>Select recipients</translation>
+    </message>
+    <message>
+        <source>通讯簿：</source>
+        <translation>Address book:</translation>
+    </message>
+    <message>
+        <source>搜索联系人</source>
+        <translation>Search contacts</translation>
+    </message>
+    <message>
+        <source>传真收件人：</source>
+        <translation>Fax recipients:</translation>
+    </message>
+    <message>
+        <source>确定</source>
+        <translation>OK</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Cancel</translation>
+    </message>
+    <message>
+        <source>联系人</source>
+        <translation>Contact</translation>
+    </message>
+    <message>
+        <source>传真号码</source>
+        <translation>Fax number</translation>
+    </message>
+    <message>
+        <source>全部联系人</source>
+        <translation>All contacts</translation>
+    </message>
+</context>
+<context>
+    <name>SelectDeviceWidget</name>
+    <message>
+        <source>选择传真设备</source>
+        <translation>Choose Fax Device</translation>
+    </message>
+    <message>
+        <source>请选择一台传真设备进行发送</source>
+        <translation>Choose a fax device for sending</translation>
+    </message>
+    <message>
+        <source>发送传真</source>
+        <translation>Send Fax</translation>
+    </message>
+</context>
+<context>
+    <name>SelectLanguageDialog</name>
+    <message>
+        <source>程序语言</source>
+        <translation>Application Language</translation>
+    </message>
+    <message>
+        <source>请选择一种语言</source>
+        <translation>Please choose a language</translation>
+    </message>
+    <message>
+        <source>确定</source>
+        <translation>OK</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Cancel</translation>
+    </message>
+</context>
+<context>
+    <name>SettingDialog</name>
+    <message>
+        <source>程序选项</source>
+        <translation>Options</translation>
+    </message>
+    <message>
+        <source>传真提醒</source>
+        <translation>New Fax Check</translation>
+    </message>
+    <message>
+        <source>秒获取新传真</source>
+        <translation>seconds to fetch new faxes</translation>
+    </message>
+    <message>
+        <source>确定</source>
+        <translation>OK</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Cancel</translation>
+    </message>
+</context>
+<context>
+    <name>SignatureLibDialog</name>
+    <message>
+        <source>签章库</source>
+        <translation>Signature Library</translation>
+    </message>
+    <message>
+        <source>双击一个签名，将其盖在页面上</source>
+        <translation>Double-click a signature to stamp it on the page</translation>
+    </message>
+    <message>
+        <source>从文件导入</source>
+        <translation>Import from File</translation>
+    </message>
+    <message>
+        <source>删除选择</source>
+        <translation>Delete Selection</translation>
+    </message>
+    <message>
+        <source>确定</source>
+        <translation>OK</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Cancel</translation>
+    </message>
+    <message>
+        <source>选择图片</source>
+        <translation>Choose Picture</translation>
+    </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor Message</translation>
+    </message>
+    <message>
+        <source>无法读取图片：%1</source>
+        <translation>Cannot read the picture: %1</translation>
+    </message>
+</context>
+<context>
+    <name>TextNoteWidget</name>
+    <message>
+        <source>完成</source>
+        <translation>Done</translation>
+    </message>
+    <message>
+        <source>请输入...</source>
+        <translation>Please enter...</translation>
+    </message>
+</context>
+</TS>

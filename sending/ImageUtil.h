@@ -1,0 +1,42 @@
+#pragma once
+
+#include <QImage>
+#include <QString>
+
+#include <opencv2/core.hpp>
+
+// Puts any opened page on the fax raster and turns it into black and white.
+// Every operation is static, takes its source by reference and returns a new image.
+class ImageUtil
+{
+public:
+    static constexpr int FAX_PAGE_WIDTH = 1728;
+    static constexpr int FAX_PAGE_HGIEHT = 2200;
+
+    // The page on the 1728 x 2200 canvas: kept as is when it already has that size, turned
+    // clockwise when it is 2200 x 1728, else fitted and drawn 50 rows below the top.
+    // type is the file suffix without the dot; only "pdf" changes anything.
+    static QImage scaleToFaxSize(const QImage& image, QString type);
+    // Fits the image to the page width (and height); a "pdf" page is stretched to the full
+    // page; a small image is never enlarged.
+    static QImage imprintImage(const QImage& image, QString type);
+    // The image centred across width, 50 rows from the top of a white 1728 x 2200 canvas.
+    static QImage imprintToCanvas(const QImage& image, int width, int height);
+
+    // Local mean threshold over a 15 pixel block: the thresholder of the editor.
+    static QImage getBWImage(const QImage& image);
+    // RGBA8888 image (owning its pixels) from a one-channel 8-bit Mat.
+    static QImage mat2QImage(const cv::Mat& mat);
+    // Fixed luminance threshold at 127 for signatures; the result is RGB888.
+    static QImage signBlackWhite(const QImage& image);
+    // Sauvola threshold (k 0.3, R 128) with a half window of 100 - percent pixels.
+    static QImage getBWBitmapWithSauvola(const QImage& image, int percent);
+    // Error-diffusion dither (weights 7, 1, 5, 3 over 26).
+    static QImage getBWImageWithDither(const QImage& image);
+    // Local mean threshold at 85 % over a window of an eighth of the height.
+    static QImage getBWImageImproveOTSU(const QImage& image);
+
+private:
+    // Gray plane of a 4-byte-a-pixel view of the image (other depths are converted first).
+    static cv::Mat grayOf(const QImage& image);
+};

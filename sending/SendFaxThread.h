@@ -1,0 +1,69 @@
+#pragma once
+
+#include "Device.h"
+#include "Fax.h"
+#include "FaxOption.h"
+#include "FaxPage.h"
+#include "LoginThread.h"
+#include "SendFax.h"
+
+#include <QImage>
+#include <QList>
+#include <QString>
+
+class QTcpSocket;
+
+// The sending worker: assembles jobs into stored faxes, uploads them, follows their state on
+// the device, and pauses or retries them. Lives on its SendFaxController's thread.
+class SendFaxThread : public LoginThread
+{
+    Q_OBJECT
+
+public:
+    explicit SendFaxThread(QObject* parent = nullptr);
+
+    // The entry forms of the recipient line: "name<number>" or a plain number.
+    static void parseRecipient(const QString& entry, QString& name, QString& number, bool& named);
+    // How n recipients are shared over d devices: the group size of each device in order.
+    static QList<int> shareOut(int recipients, int devices);
+
+public slots:
+    // Shares the recipients over the devices, writes one TIFF per device and one FAXES row
+    // (status 5) per recipient, and emits returnFaxList.
+    void transfromFax(
+        QString& recipients, QString& remark, QList<FaxPage>& pages, FaxOption& option, QList<Device>& devices);
+    // Uploads one assembled fax on port 3002: returnTaskID, or status 3 and uploadFaxFailed.
+    void sendFax(Fax& fax);
+    // Polls one fax; writes the record's fields into it and emits updateFax (FAXES untouched).
+    void getFaxStatus(Fax& fax);
+    // Polls every open fax of the user, writes FAXES and emits updateFax for each.
+    void getFaxStatus2();
+    void sendFaxPause(Device& device, QString& taskID);
+    void sendFaxRetry(Device& device, QString& taskID);
+
+signals:
+    void returnFaxList(QList<Fax>& faxes);
+    void returnTaskID(Fax& fax);
+    void uploadFaxFailed(Fax& fax);
+    void updateFax(Fax& fax);
+    // Nothing emits it; live progress travels in updateFax.
+    void updateSendFax(SendFax& info);
+    // Whether the device answered "PAUSE_OK" / "RETRY_OK"; false also when it was not reached.
+    void sendFaxPauseResult(QString& taskID, bool accepted);
+    void sendFaxRetryResult(QString& taskID, bool accepted);
+    // Ends every getFaxStatus and getFaxStatus2, whatever came of it.
+    void faxStatusFinished();
+
+private:
+    // Reserves a final name in folder that no other job holds and moves the written file
+    // there; empty when the file could not be written.
+    static QString writeJobFile(const QList<QImage>& images, const QString& folder, const QString& now);
+    // One status exchange on port 3007; true when a whole record was read into the fax.
+    bool queryStatus(Device& device, Fax& fax, bool* reached = nullptr);
+    // The upload itself once the header is built: true with the device's final reply text,
+    // false with the reason.
+    bool upload(QTcpSocket* socket, const QByteArray& header, const QString& path, QString& finalReply, QString& why);
+    void failUpload(Fax& fax, const QString& why);
+    // PAUSE / RETRY: one request, true when FEEDBACK equals expected.
+    bool command(Device& device, const QString& request, const QString& logFormat, const QString& expected);
+};

@@ -1,0 +1,425 @@
+#include "AdminTestSim.h"
+#include "DeviceController.h"
+#include "DeviceProtocol.h"
+#include "MD5Util.h"
+#include "StringUtil.h"
+#include "TestSupport.h"
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QSignalSpy>
+
+using namespace AdminTestSim;
+
+// Every administration command against the device stand-in: the request text as the device
+// receives it, and what each kind of reply turns into.
+class TestDeviceCommands : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<DeviceSimRunner> m_sim;
+    Device m_device;
+    DeviceController* m_controller = nullptr;
+    QSignalSpy* m_done = nullptr;
+
+    // Waits for the command just requested to finish.
+    bool finished() { return m_done->wait(20000); }
+
+private slots:
+    void initTestCase()
+    {
+        TestSupport::freshHome();
+        TestSupport::loginTestUser();
+        Scenario s = scenarioAt(QStringLiteral("127.0.0.70"));
+        s.users << SimUser::withPassword(QStringLiteral("clerk"), QStringLiteral("pw"), 12, QStringLiteral("801"));
+        for (int i = 0; i < 40; ++i) // a list long enough to come in pieces
+            s.users << SimUser::withPassword(QStringLiteral("user%1").arg(i), QStringLiteral("pw"), 12);
+        SimSentRecord waiting;
+        waiting.task = 501;
+        waiting.status = 5;
+        waiting.number = QStringLiteral("01066668888");
+        waiting.sender = QStringLiteral("admin");
+        SimSentRecord sent;
+        sent.task = 502;
+        sent.status = 2;
+        sent.number = QStringLiteral("02177776666");
+        sent.sender = QStringLiteral("admin");
+        sent.timeUtc = QDateTime::currentDateTimeUtc().addSecs(-3600);
+        SimSentRecord other = sent;
+        other.task = 503;
+        other.number = QStringLiteral("02155554444");
+        s.history << waiting << sent << other;
+        m_sim = start(s);
+        m_device = deviceOf(s);
+    }
+
+    void init()
+    {
+        DeviceProtocol::setTestTimeoutDivisor(1);
+        m_sim->device()->clearFaults();
+        m_controller = new DeviceController;
+        m_done = new QSignalSpy(m_controller, &DeviceController::commandFinished);
+    }
+
+    void cleanup()
+    {
+        delete m_done;
+        delete m_controller;
+        DeviceProtocol::setTestTimeoutDivisor(1);
+    }
+
+    void cleanupTestCase() { m_sim.reset(); }
+
+    void readsHandTheWholeReplyOn()
+    {
+        QSignalSpy info(m_controller, &DeviceController::returnServerInfomation);
+        QSignalSpy email(m_controller, &DeviceController::returnEmailSetting);
+        QSignalSpy network(m_controller, &DeviceController::returnNetworkSetting);
+        QSignalSpy time(m_controller, &DeviceController::returnTimeSetting);
+        QSignalSpy user(m_controller, &DeviceController::returnUserInfo);
+        QSignalSpy line(m_controller, &DeviceController::returnFaxSetting);
+        QSignalSpy busy(m_controller, &DeviceController::busyChanged);
+        QString name = QStringLiteral("clerk");
+        QString lineNum = QStringLiteral("1");
+        emit m_controller->getServerInfomation(m_device);
+        emit m_controller->getEmailSetting(m_device);
+        emit m_controller->getNetworkSetting(m_device);
+        emit m_controller->getTimeSetting(m_device);
+        emit m_controller->getUserInfo(m_device, name);
+        emit m_controller->getFaxSetting(m_device, lineNum);
+        QVERIFY(m_controller->isBusy());
+        QTRY_COMPARE_WITH_TIMEOUT(m_done->count(), 6, 30000);
+        QVERIFY(!m_controller->isBusy());
+        // One busy run for the six commands queued behind each other.
+        QCOMPARE(busy.count(), 2);
+        QCOMPARE(busy.at(0).at(0).toBool(), true);
+        QCOMPARE(busy.at(1).at(0).toBool(), false);
+
+        QCOMPARE(lastRequest(*m_sim, "GET_SVR_INFO"), QStringLiteral("<ACTION>GET_SVR_INFO</ACTION>"));
+        QCOMPARE(lastRequest(*m_sim, "GET_PUB_SMTP_SETTING"), QStringLiteral("<ACTION>GET_PUB_SMTP_SETTING</ACTION>"));
+        QCOMPARE(lastRequest(*m_sim, "GET_NETWORK_SETTING"), QStringLiteral("<ACTION>GET_NETWORK_SETTING</ACTION>"));
+        QCOMPARE(lastRequest(*m_sim, "GET_TIME_SETTING"), QStringLiteral("<ACTION>GET_TIME_SETTING</ACTION>"));
+        QCOMPARE(lastRequest(*m_sim, "GET_USER_INFO"), QStringLiteral("<ACTION>GET_USER_INFO</ACTION><USER_NAME>clerk</USER_NAME>"));
+        QCOMPARE(lastRequest(*m_sim, "GET_FAX_SETTING"), QStringLiteral("<ACTION>GET_FAX_SETTING</ACTION><LINE_NUM>1</LINE_NUM>"));
+        QCOMPARE(StringUtil::getValue(info.at(0).at(0).toString(), "SVRID"), QStringLiteral("5A3C0070"));
+        QCOMPARE(StringUtil::getValue(email.at(0).at(0).toString(), "SMTP_ADDR"), QStringLiteral("smtp.example.com"));
+        QCOMPARE(StringUtil::getValue(network.at(0).at(0).toString(), "MAC"), QStringLiteral("00:1A:2B:3C:4D:5E"));
+        QCOMPARE(StringUtil::getValue(time.at(0).at(0).toString(), "FSK_TIME_ZONE"), QStringLiteral("-480"));
+        QCOMPARE(StringUtil::getValue(user.at(0).at(0).toString(), "EXT_NUM"), QStringLiteral("801"));
+        QCOMPARE(StringUtil::getValue(line.at(0).at(0).toString(), "CSID"), QStringLiteral("VELKOR-LINE1"));
+    }
+
+    void settingsGoOutVerbatimAndReportFeedback()
+    {
+        QSignalSpy result(m_controller, &DeviceController::returnSettingResult);
+        // Values are not escaped: a tag, a "%1" and a "<" travel as they are.
+        QString server = QStringLiteral("smtp.%1.example");
+        QString user = QStringLiteral("a<b>");
+        QString from = QStringLiteral("fax@example.com");
+        QString pwd = QStringLiteral("p%2w");
+        emit m_controller->setEmailSetting(m_device, server, user, from, pwd);
+        QVERIFY(finished());
+        QCOMPARE(lastRequest(*m_sim, "SET_PUB_SMTP_SETTING"),
+                 QStringLiteral("<ACTION>SET_PUB_SMTP_SETTING</ACTION><SMTP_ADDR>smtp.%1.example</SMTP_ADDR>"
+                                "<SMTP_USER>a<b></SMTP_USER><EMAIL_ADDR_FROM>fax@example.com</EMAIL_ADDR_FROM>"
+                                "<SMTP_PWD>p%2w</SMTP_PWD>"));
+        QCOMPARE(result.takeFirst().at(0).toString(), QStringLiteral("OK"));
+
+        QString dhcp = QStringLiteral("disable"), ip = QStringLiteral("192.168.1.20"), ip2 = QStringLiteral("0.0.0.0"),
+                ip3 = QStringLiteral("0.0.0.0"), mask = QStringLiteral("255.255.255.0"), gw = QStringLiteral("192.168.1.1"),
+                dns = QStringLiteral("192.168.1.2");
+        emit m_controller->setNetworkSetting(m_device, dhcp, ip, ip2, ip3, mask, gw, dns, true);
+        QVERIFY(finished());
+        QCOMPARE(lastRequest(*m_sim, "NETWORK_SETTING"),
+                 QStringLiteral("<ACTION>NETWORK_SETTING</ACTION><DHCPENABLE>disable</DHCPENABLE><IP>192.168.1.20</IP>"
+                                "<IP2>0.0.0.0</IP2><IP3>0.0.0.0</IP3><SUBNETMASK>255.255.255.0</SUBNETMASK>"
+                                "<GATEWAY>192.168.1.1</GATEWAY><DNS>192.168.1.2</DNS><VERIFY>true</VERIFY>"));
+        QCOMPARE(result.takeFirst().at(0).toString(), QStringLiteral("OK"));
+
+        // A refusal reaches the panel as the device's word.
+        ip = QStringLiteral("not an address");
+        emit m_controller->setNetworkSetting(m_device, dhcp, ip, ip2, ip3, mask, gw, dns, false);
+        QVERIFY(finished());
+        QVERIFY(lastRequest(*m_sim, "NETWORK_SETTING").endsWith(QStringLiteral("<VERIFY>false</VERIFY>")));
+        QCOMPARE(result.takeFirst().at(0).toString(), QStringLiteral("PARAM_ERROR"));
+
+        QString y = "2024", mo = "03", d = "05", h = "07", mi = "08", sec = "09", sync = "TRUE", zone = "-480",
+                zoneName = "389818429";
+        emit m_controller->setTimeSetting(m_device, y, mo, d, h, mi, sec, sync, zone, zoneName);
+        QVERIFY(finished());
+        QCOMPARE(lastRequest(*m_sim, "SET_TIME_SETTING"),
+                 QStringLiteral("<ACTION>SET_TIME_SETTING</ACTION><YEAR>2024</YEAR><MONTH>03</MONTH><DAY>05</DAY>"
+                                "<HOUR>07</HOUR><MINUTE>08</MINUTE><SECOND>09</SECOND><FSK_SYNC>TRUE</FSK_SYNC>"
+                                "<FSK_TIME_ZONE>-480</FSK_TIME_ZONE><FSK_TIME_ZONE_NAME>389818429</FSK_TIME_ZONE_NAME>"));
+        QCOMPARE(result.takeFirst().at(0).toString(), QStringLiteral("OK"));
+    }
+
+    void faxSettingGoesInTheDevicesOrder()
+    {
+        QSignalSpy result(m_controller, &DeviceController::returnSettingResult);
+        QString tagFormat = "%D %T", company = "ACME", faxNum = "010-1", csid = "ACME-1", localCode = "010",
+                ipPrf = "17951", outPrf = "9", inPrf = "8", mrecv = "#*", line = "1", ecm = "2", priority = "-1",
+                rings = "4";
+        emit m_controller->setFaxSetting(m_device, tagFormat, company, faxNum, csid, localCode, ipPrf, outPrf, inPrf,
+                                         mrecv, line, true, false, true, false, true, false, true, 11, 6, ecm, priority,
+                                         rings);
+        QVERIFY(finished());
+        QCOMPARE(lastRequest(*m_sim, "SET_FAX_SETTING"),
+                 QStringLiteral("<ACTION>SET_FAX_SETTING</ACTION><TAG_FORMAT>%D %T</TAG_FORMAT><COMPANY>ACME</COMPANY>"
+                                "<FAX_NUM>010-1</FAX_NUM><CSID>ACME-1</CSID><ECM>2</ECM><MAX_SPEED>11</MAX_SPEED>"
+                                "<RECV_SPEED>6</RECV_SPEED><RINGCNT>4</RINGCNT><LOCAL_CODE>010</LOCAL_CODE>"
+                                "<IP_PRF>17951</IP_PRF><OUT_PRF>9</OUT_PRF><IN_PRF>8</IN_PRF><AUTO_RECV>false</AUTO_RECV>"
+                                "<MUST_DIV>true</MUST_DIV><DIS_BEEP>false</DIS_BEEP><RST_LINE>true</RST_LINE>"
+                                "<DIVERR_RECV>true</DIVERR_RECV><DIS_SEND_VOICE>false</DIS_SEND_VOICE>"
+                                "<DIS_WELCOME>true</DIS_WELCOME><SEND_PRIORITY>-1</SEND_PRIORITY>"
+                                "<MRECV_CODE>#*</MRECV_CODE><LINE_NUM>1</LINE_NUM>"));
+        QCOMPARE(result.takeFirst().at(0).toString(), QStringLiteral("OK"));
+        QCOMPARE(m_sim->device()->lineSettings(1).value("SEND_PRIORITY"), QStringLiteral("-1"));
+
+        line = QStringLiteral("2"); // the device has one line only
+        emit m_controller->setFaxSetting(m_device, tagFormat, company, faxNum, csid, localCode, ipPrf, outPrf, inPrf,
+                                         mrecv, line, true, false, true, false, true, false, true, 11, 6, ecm, priority,
+                                         rings);
+        QVERIFY(finished());
+        QCOMPARE(result.takeFirst().at(0).toString(), QStringLiteral("LINE_NOT_EXIST"));
+    }
+
+    void silenceCostsOneReplyWaitAndReadsAsFailure()
+    {
+        DeviceProtocol::setTestTimeoutDivisor(30); // a reply wait of one second
+        m_sim->device()->addFault(SimFault::make("SET_FAX_SETTING", SimFault::Silent));
+        QSignalSpy result(m_controller, &DeviceController::returnSettingResult);
+        QString s = "x", line = "1";
+        QElapsedTimer clock;
+        clock.start();
+        emit m_controller->setFaxSetting(m_device, s, s, s, s, s, s, s, s, s, line, false, false, false, false, false,
+                                         false, false, 0, 0, s, s, s);
+        QVERIFY(finished());
+        QVERIFY2(clock.elapsed() < 5000, qPrintable(QString::number(clock.elapsed())));
+        QCOMPARE(result.count(), 1);
+        QVERIFY(result.at(0).at(0).toString().isEmpty());
+    }
+
+    void failedLoginGivesNoResult()
+    {
+        m_sim->device()->addFault(SimFault::make("LOGIN", SimFault::RefuseLogin));
+        QSignalSpy result(m_controller, &DeviceController::returnSettingResult);
+        QString s = "x", line = "1";
+        emit m_controller->setFaxSetting(m_device, s, s, s, s, s, s, s, s, s, line, false, false, false, false, false,
+                                         false, false, 0, 0, s, s, s);
+        QVERIFY(finished());
+        QCOMPARE(result.count(), 0);
+        QVERIFY(!m_controller->isBusy());
+    }
+
+    void userListIsJoinedFromPieces()
+    {
+        m_sim->device()->addFault(SimFault::make("GET_USER_LIST", SimFault::Split, 4, 200));
+        QSignalSpy list(m_controller, &DeviceController::returnUserList);
+        emit m_controller->getUserList(m_device);
+        QVERIFY(finished());
+        QCOMPARE(lastRequest(*m_sim, "GET_USER_LIST"), QStringLiteral("<ACTION>GET_USER_LIST</ACTION>"));
+        const QStringList names = list.at(0).at(0).toString().split(',');
+        QCOMPARE(names.size(), 42);
+        QCOMPARE(names.first(), QStringLiteral("admin"));
+        QCOMPARE(names.last(), QStringLiteral("user39"));
+    }
+
+    void userListPieceTooLateEndsTheRead()
+    {
+        // The second piece comes after a whole reply wait: the read ends with what it has.
+        DeviceProtocol::setTestTimeoutDivisor(30);
+        m_sim->device()->addFault(SimFault::make("GET_USER_LIST", SimFault::Split, 2, 2500));
+        QSignalSpy list(m_controller, &DeviceController::returnUserList);
+        QElapsedTimer clock;
+        clock.start();
+        emit m_controller->getUserList(m_device);
+        QVERIFY(finished());
+        QVERIFY2(clock.elapsed() < 2500, qPrintable(QString::number(clock.elapsed())));
+        QCOMPARE(list.count(), 1);
+        QVERIFY(list.at(0).at(0).toString().isEmpty()); // the list's close mark never came
+    }
+
+    void addAndModifyUser()
+    {
+        QSignalSpy result(m_controller, &DeviceController::returnModifyUserResult);
+        QString name = "typist", pwd = "******", ext = "805", permission = "12", emailOpt = "5",
+                smtpAddr = "smtp.x", smtpUser = "u", smtpPwd = "******", from = "f@x", to = "t@x", action = "ADD_USER";
+        emit m_controller->setUserInfo(m_device, name, pwd, ext, permission, emailOpt, smtpAddr, smtpUser, smtpPwd,
+                                       from, to, action);
+        QVERIFY(finished());
+        // Adding sends the digest even of "******"; SMTP_PWD goes as typed.
+        const QString digest = MD5Util::call128MD5(QByteArray("******"));
+        QCOMPARE(lastRequest(*m_sim, "ADD_USER"),
+                 QStringLiteral("<ACTION>ADD_USER</ACTION><USER_NAME>typist</USER_NAME><USER_PWD>") + digest
+                     + QStringLiteral("</USER_PWD><EXT_NUM>805</EXT_NUM><PERMISSION>12</PERMISSION><EMAIL_OPT>5</EMAIL_OPT>"
+                                      "<SMTP_ADDR>smtp.x</SMTP_ADDR><SMTP_USER>u</SMTP_USER><SMTP_PWD>******</SMTP_PWD>"
+                                      "<EMAIL_FROM>f@x</EMAIL_FROM><EMAIL_TO>t@x</EMAIL_TO>"));
+        QCOMPARE(result.takeFirst().at(0).toString(), QStringLiteral("OK"));
+        SimUser stored;
+        QVERIFY(m_sim->device()->user("typist", &stored));
+        QCOMPARE(stored.storedPassword, digest);
+
+        action = "MODIFY_USER";
+        ext = "806";
+        emit m_controller->setUserInfo(m_device, name, pwd, ext, permission, emailOpt, smtpAddr, smtpUser, smtpPwd,
+                                       from, to, action);
+        QVERIFY(finished());
+        QVERIFY(lastRequest(*m_sim, "MODIFY_USER")
+                    .startsWith(QStringLiteral("<ACTION>MODIFY_USER</ACTION><USER_NAME>typist</USER_NAME><EXT_NUM>806</EXT_NUM>")));
+        QCOMPARE(result.takeFirst().at(0).toString(), QStringLiteral("OK"));
+        QVERIFY(m_sim->device()->user("typist", &stored));
+        QCOMPARE(stored.storedPassword, digest); // kept
+        QCOMPARE(stored.fields.value("EXT_NUM"), QStringLiteral("806"));
+
+        pwd = "new";
+        emit m_controller->setUserInfo(m_device, name, pwd, ext, permission, emailOpt, smtpAddr, smtpUser, smtpPwd,
+                                       from, to, action);
+        QVERIFY(finished());
+        QVERIFY(m_sim->device()->user("typist", &stored));
+        QCOMPARE(stored.storedPassword, MD5Util::call128MD5(QByteArray("new")));
+        QCOMPARE(result.takeFirst().at(0).toString(), QStringLiteral("OK"));
+
+        name = "clerk";
+        action = "ADD_USER"; // exists already
+        emit m_controller->setUserInfo(m_device, name, pwd, ext, permission, emailOpt, smtpAddr, smtpUser, smtpPwd,
+                                       from, to, action);
+        QVERIFY(finished());
+        QCOMPARE(result.takeFirst().at(0).toString(), QStringLiteral("USER_EXIST"));
+    }
+
+    void deleteUser()
+    {
+        QSignalSpy result(m_controller, &DeviceController::returnDeleteUserResult);
+        QString name = "user0";
+        emit m_controller->deleteUser(m_device, name);
+        QVERIFY(finished());
+        QCOMPARE(lastRequest(*m_sim, "DELETE_USER"), QStringLiteral("<ACTION>DELETE_USER</ACTION><USER_NAME>user0</USER_NAME>"));
+        QCOMPARE(result.takeFirst().at(0).toString(), QStringLiteral("OK"));
+        SimUser gone;
+        QVERIFY(!m_sim->device()->user("user0", &gone));
+        name = "admin";
+        emit m_controller->deleteUser(m_device, name);
+        QVERIFY(finished());
+        QCOMPARE(result.takeFirst().at(0).toString(), QStringLiteral("CANNOT_DELETE_ADMIN"));
+    }
+
+    void pauseSignalsOnlyOnPauseOk()
+    {
+        QSignalSpy paused(m_controller, &DeviceController::returnSendFaxPause);
+        QString task = "501";
+        emit m_controller->sendFaxPause(m_device, task);
+        QVERIFY(finished());
+        QCOMPARE(lastRequest(*m_sim, "SEND_FAX_PAUSE"), QStringLiteral("<ACTION>SEND_FAX_PAUSE</ACTION><TASKID>501</TASKID>"));
+        QCOMPARE(paused.count(), 1);
+        task = "999";
+        emit m_controller->sendFaxPause(m_device, task);
+        QVERIFY(finished());
+        QCOMPARE(paused.count(), 1);
+    }
+
+    void deleteFaxResults()
+    {
+        QSignalSpy result(m_controller, &DeviceController::returnDeleteFaxResult);
+        QString task = "502";
+        m_sim->device()->setAllowRemove(false);
+        emit m_controller->deleteFax(m_device, task);
+        QVERIFY(finished());
+        QCOMPARE(lastRequest(*m_sim, "DELETE_FAX"),
+                 QStringLiteral("<ACTION>DELETE_FAX</ACTION><TASKID>502</TASKID><DELETE>true</DELETE><REMOVE>true</REMOVE>"));
+        QCOMPARE(result.takeFirst().at(0).toInt(), 1);
+        m_sim->device()->setAllowRemove(true);
+        emit m_controller->deleteFax(m_device, task);
+        QVERIFY(finished());
+        QCOMPARE(result.takeFirst().at(0).toInt(), 0);
+        emit m_controller->deleteFax(m_device, task); // gone now
+        QVERIFY(finished());
+        QCOMPARE(result.takeFirst().at(0).toInt(), 2);
+    }
+
+    void distributeAndRebootTellNothing()
+    {
+        const quint32 task = m_sim->device()->addReceivedFax(SimReceivedFax());
+        QString taskText = QString::number(task), list = "clerk,user1";
+        emit m_controller->distributeFax(m_device, taskText, list);
+        const int resets = m_sim->device()->resetCount();
+        emit m_controller->rebootDevice(m_device);
+        QTRY_COMPARE_WITH_TIMEOUT(m_done->count(), 2, 20000);
+        QCOMPARE(lastRequest(*m_sim, "DISTRIBUTE_FAX"),
+                 QStringLiteral("<ACTION>DISTRIBUTE_FAX</ACTION><TASKID>%1</TASKID><RECV_LIST>clerk,user1</RECV_LIST>").arg(task));
+        QCOMPARE(lastRequest(*m_sim, "RESET_SYSTEM"),
+                 QStringLiteral("<ACTION>RESET_SYSTEM</ACTION><REASON>Manual reset system</REASON>"));
+        QCOMPARE(m_sim->device()->resetCount(), resets + 1);
+        QCOMPARE(m_sim->device()->receivedFaxes().size(), 2); // the fax and its copy for the two accounts
+    }
+
+    void queueAndHistoryRecords()
+    {
+        QSignalSpy lists(m_controller, &DeviceController::returnFaxQueue);
+        SimReceivedFax in;
+        in.cid = QStringLiteral("075512345678");
+        in.timeUtc = QDateTime::currentDateTimeUtc().addSecs(-600);
+        m_sim->device()->addReceivedFax(in);
+        emit m_controller->getFaxQueue(m_device);
+        QVERIFY(finished());
+        QCOMPARE(lastRequest(*m_sim, "GET_SEND_FAX_STATUS"),
+                 QStringLiteral("<ACTION>GET_SEND_FAX_STATUS</ACTION><TASK_ID_LIST>all in queue</TASK_ID_LIST>"));
+        QList<Fax> queue = lists.takeFirst().at(0).value<QList<Fax>>();
+        for (const Fax& fax : queue)
+            QVERIFY(fax.status >= 5 && fax.status <= 8);
+
+        // The number filter looks at both numbers of a record; the received fax's 0x060 number
+        // is the line's own fax number.
+        QString user, begin = QDateTime::currentDateTime().addDays(-1).toString("yyyy-MM-dd hh:mm:ss"),
+                      end = QDateTime::currentDateTime().addDays(1).toString("yyyy-MM-dd hh:mm:ss"),
+                      type = "recvsend", number = m_sim->device()->lineSettings(1).value("FAX_NUM");
+        QVERIFY(!in.cid.contains(number));
+        emit m_controller->getFaxHistory(m_device, user, begin, end, type, number);
+        QVERIFY(finished());
+        const QString request = lastRequest(*m_sim, "GET_SEND_FAX_STATUS");
+        QVERIFY(request.startsWith(QStringLiteral("<ACTION>GET_SEND_FAX_STATUS</ACTION><TASK_ID_LIST>query history</TASK_ID_LIST><QY_USER></QY_USER><QY_DTBGN>")));
+        QVERIFY(request.endsWith(QStringLiteral("<QY_TYPE>recvsend</QY_TYPE>")));
+        QList<Fax> history = lists.takeFirst().at(0).value<QList<Fax>>();
+        QVERIFY(!history.isEmpty());
+        for (const Fax& fax : history) {
+            QCOMPARE(fax.receiver, QStringLiteral("public"));
+            QVERIFY(fax.cid.contains(number));
+        }
+        bool sawCaller = false;
+        for (const Fax& fax : history)
+            sawCaller = sawCaller || fax.numberDialled == in.cid;
+        QVERIFY(sawCaller);
+
+        number = "55554444"; // the sent record's number
+        type = "send";
+        emit m_controller->getFaxHistory(m_device, user, begin, end, type, number);
+        QVERIFY(finished());
+        history = lists.takeFirst().at(0).value<QList<Fax>>();
+        QCOMPARE(history.size(), 1);
+        QCOMPARE(history.at(0).taskID, 503);
+        QCOMPARE(history.at(0).status, 2);
+
+        // No records: no ready token at all.
+        type = "send";
+        begin = "2001-01-01 00:00:01";
+        end = "2001-01-02 23:59:59";
+        number.clear();
+        const int tokens = countInLog(*m_sim, "ready token");
+        emit m_controller->getFaxHistory(m_device, user, begin, end, type, number);
+        QVERIFY(finished());
+        QVERIFY(lists.takeFirst().at(0).value<QList<Fax>>().isEmpty());
+        QCOMPARE(countInLog(*m_sim, "ready token"), tokens);
+    }
+
+    void voiceListenKeepsItsLine()
+    {
+        QSignalSpy listening(m_controller, &DeviceController::returnVoiceListenResult);
+        emit m_controller->voiceListen(m_device, 3007, 45777);
+        QVERIFY(finished());
+        QCOMPARE(listening.count(), 1);
+        QTRY_VERIFY(countInLog(*m_sim, "voice to") > 0);
+    }
+};
+
+VELKOR_TEST_MAIN(TestDeviceCommands)
+#include "TestDeviceCommands.moc"

@@ -1,0 +1,161 @@
+#include "AppSettings.h"
+#include "DialogUtil.h"
+#include "FaxStatus.h"
+#include "FileUtil.h"
+#include "MessageBoxUtil.h"
+#include "TestSupport.h"
+#include "TimeUtil.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QFileInfo>
+#include <QStandardPaths>
+#include <ctime>
+
+class TestUtilities : public QObject
+{
+    Q_OBJECT
+
+private:
+    static void setZone(const char* zone)
+    {
+        qputenv("TZ", zone);
+        tzset();
+    }
+
+private slots:
+    void init() { TestSupport::freshHome(); }
+
+    void cleanupTestCase()
+    {
+        qunsetenv("TZ");
+        tzset();
+    }
+
+    void documentPathIsMadeAndEndsInSlash()
+    {
+        const QString docs = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
+        QVERIFY(!QFileInfo::exists(docs + "/Velkor"));
+        const QString root = FileUtil::getDocumentPath();
+        QCOMPARE(root, docs + "/Velkor/");
+        QVERIFY(QFileInfo(root).isDir());
+    }
+
+    void createDirMakesEveryLevel()
+    {
+        const QString path = FileUtil::createDir(QStringLiteral("alice/AB12/FaxFile/"));
+        QCOMPARE(path, FileUtil::getDocumentPath() + "alice/AB12/FaxFile/");
+        QVERIFY(QFileInfo(path).isDir());
+    }
+
+    void createFileFormsPathOnly()
+    {
+        const QString path = FileUtil::createFile(QStringLiteral("bob/X/"), QStringLiteral("a.tif"));
+        QCOMPARE(path, FileUtil::getDocumentPath() + "bob/X/a.tif");
+        QVERIFY(QFileInfo(FileUtil::getDocumentPath() + "bob/X").isDir());
+        QVERIFY(!QFileInfo::exists(path));
+    }
+
+    void utcRoundTripInFixedZone_data()
+    {
+        QTest::addColumn<QByteArray>("zone");
+        QTest::addColumn<QString>("utc");
+        QTest::addColumn<QString>("local");
+        QTest::newRow("UTC+8") << QByteArray("CST-8") << "2001-01-01 00:00:00" << "2001-01-01 08:00:00";
+        QTest::newRow("UTC+8 across midnight") << QByteArray("CST-8") << "2024-02-28 20:30:15" << "2024-02-29 04:30:15";
+        QTest::newRow("UTC-5 winter") << QByteArray("EST5EDT,M3.2.0,M11.1.0") << "2021-01-15 12:00:00"
+                                      << "2021-01-15 07:00:00";
+        QTest::newRow("UTC-4 summer") << QByteArray("EST5EDT,M3.2.0,M11.1.0") << "2021-07-15 12:00:00"
+                                      << "2021-07-15 08:00:00";
+    }
+
+    void utcRoundTripInFixedZone()
+    {
+        QFETCH(QByteArray, zone);
+        QFETCH(QString, utc);
+        QFETCH(QString, local);
+        setZone(zone.constData());
+        QCOMPARE(TimeUtil::utcTime2LocalTime(utc), local);
+        QCOMPARE(TimeUtil::localTime2UTCTime(local), utc);
+        const QDateTime value = TimeUtil::utcTime2LocalTime(QDateTime::fromString(utc, TimeUtil::FORMAT));
+        QCOMPARE(value.toString(TimeUtil::FORMAT), local);
+    }
+
+    void unparsableTimeGivesEmptyText()
+    {
+        QString bad = QStringLiteral("2001/01/01");
+        QCOMPARE(TimeUtil::utcTime2LocalTime(bad), QString());
+        QCOMPARE(TimeUtil::localTime2UTCTime(bad), QString());
+    }
+
+    void nowHasStoreForm()
+    {
+        QVERIFY(QDateTime::fromString(TimeUtil::getNow(), TimeUtil::FORMAT).isValid());
+        QVERIFY(QDate::fromString(TimeUtil::getDate(), QStringLiteral("yyyy-MM-dd")).isValid());
+    }
+
+    void settingsLieInDocumentRoot()
+    {
+        {
+            auto config = AppSettings::userConfig();
+            QCOMPARE(config->value(AppSettings::KEY_GET_FAX_TIME, AppSettings::DEFAULT_GET_FAX_TIME).toInt(), 30);
+            config->setValue(AppSettings::KEY_GET_FAX_TIME, 45);
+            auto options = AppSettings::userSetting();
+            options->setValue(QStringLiteral("/SendFaxOptions/DialTotal"), 3);
+        }
+        QVERIFY(QFileInfo::exists(FileUtil::getDocumentPath() + "UserConfig.ini"));
+        QVERIFY(QFileInfo::exists(FileUtil::getDocumentPath() + "UserSetting.ini"));
+        QSettings raw(FileUtil::getDocumentPath() + "UserSetting.ini", QSettings::IniFormat);
+        QCOMPARE(raw.value("SendFaxOptions/DialTotal").toInt(), 3);
+        QCOMPARE(AppSettings::userConfig()->value(AppSettings::KEY_GET_FAX_TIME).toInt(), 45);
+    }
+
+    void messageBoxesAreRecorded()
+    {
+        MessageBoxUtil::warningMsg(nullptr, QStringLiteral("Velkor"), QStringLiteral("帐号或密码错误，请重新输入"));
+        MessageBoxUtil::setNextAnswer(QMessageBox::Yes);
+        QCOMPARE(MessageBoxUtil::question(nullptr, QStringLiteral("t"), QStringLiteral("q1")), QMessageBox::Yes);
+        // Without a queued answer a question is declined.
+        QCOMPARE(MessageBoxUtil::question(nullptr, QStringLiteral("t"), QStringLiteral("q2")), QMessageBox::No);
+        const QList<MessageBoxUtil::Shown> shown = MessageBoxUtil::takeShown();
+        QCOMPARE(shown.size(), 3);
+        QCOMPARE(shown.at(0).kind, QStringLiteral("warning"));
+        QCOMPARE(shown.at(0).title, QStringLiteral("Velkor"));
+        QCOMPARE(shown.at(0).text, QStringLiteral("帐号或密码错误，请重新输入"));
+        QCOMPARE(shown.at(2).text, QStringLiteral("q2"));
+        QVERIFY(MessageBoxUtil::shown().isEmpty());
+    }
+
+    void dialogAnswersAreTakenInOrder()
+    {
+        DialogUtil::queueAnswer(QStringLiteral("/tmp/a.pdf\n/tmp/b.tif"));
+        DialogUtil::queueCancel();
+        DialogUtil::queueAnswer(QStringLiteral("name"));
+        QCOMPARE(DialogUtil::getOpenFileNames(nullptr, QString()),
+                 QStringList({QStringLiteral("/tmp/a.pdf"), QStringLiteral("/tmp/b.tif")}));
+        bool ok = true;
+        QCOMPARE(DialogUtil::getText(nullptr, QString(), QString(), QLineEdit::Normal, QString(), &ok), QString());
+        QVERIFY(!ok);
+        QCOMPARE(DialogUtil::getText(nullptr, QString(), QString(), QLineEdit::Normal, QString(), &ok),
+                 QStringLiteral("name"));
+        QVERIFY(ok);
+        QCOMPARE(DialogUtil::pendingAnswers(), 0);
+    }
+
+    void statusWords()
+    {
+        QCOMPARE(FaxStatus::statusText(FaxStatus::SEND_FAX_WAITTING), QStringLiteral("排队中"));
+        QCOMPARE(FaxStatus::statusText(FaxStatus::RECV_FAX_PRINTED), QStringLiteral("已打印"));
+        // Named-only and unknown values show nothing.
+        QCOMPARE(FaxStatus::statusText(FaxStatus::SEND_FAX_MANUAL), QString());
+        QCOMPARE(FaxStatus::statusText(99), QString());
+        QCOMPARE(FaxStatus::priorityText(FaxStatus::FAX_PRIORITY_CRITICAL), QStringLiteral("紧急"));
+        QCOMPARE(FaxStatus::progressText(FaxStatus::SEND_STATE_NONE, 2, 40, 5, 0),
+                 QStringLiteral("已完成2页40%(共5页)"));
+        QCOMPARE(FaxStatus::progressText(FaxStatus::SEND_STATE_TRAINING, 0, 0, 0, 9600),
+                 QStringLiteral("传真握手 9600"));
+    }
+};
+
+VELKOR_TEST_MAIN(TestUtilities)
+#include "TestUtilities.moc"

@@ -1,0 +1,961 @@
+// Raw-socket exchanges with the device stand-in. The wire is handled here with Qt's codecs
+// and regular expressions, not with the stand-in's own helpers, so that a fault in those
+// shows up here.
+#include "DeviceSimRunner.h"
+#include "SimDigest.h"
+#include "SimFirmware.h"
+#include "SimTiff.h"
+#include "TestSupport.h"
+
+#include <QCryptographicHash>
+#include <QElapsedTimer>
+#include <QNetworkDatagram>
+#include <QRegularExpression>
+#include <QTcpSocket>
+#include <QTextCodec>
+#include <QUdpSocket>
+#include <QTemporaryFile>
+#include <QtEndian>
+#include <tiffio.h>
+#include <functional>
+#include <memory>
+
+namespace {
+
+// Seeded digests of "admin" for indexes 0..3, from an independent implementation.
+const char* const kAdminStored =
+    "21232f297a57a5a743894a0e4a801fc36316e10da749e0ed0d2b8dfac4928f97"
+    "eb66c4155ae7e5fc7440176d0238369a309fa66028446cc1480b37805f2f6155";
+
+QByteArray enc(const QString& text)
+{
+    std::unique_ptr<QTextEncoder> encoder(QTextCodec::codecForName("UTF-16LE")->makeEncoder(QTextCodec::IgnoreHeader));
+    return encoder->fromUnicode(text);
+}
+
+QString dec(const QByteArray& bytes)
+{
+    return QTextCodec::codecForMib(1014)->toUnicode(bytes);
+}
+
+QString field(const QString& text, const QString& tag)
+{
+    const QRegularExpression re(QStringLiteral("<%1>(.*?)</%1>").arg(tag), QRegularExpression::CaseInsensitiveOption | QRegularExpression::DotMatchesEverythingOption);
+    return re.match(text).captured(1);
+}
+
+namespace SimWireFree {
+QString uptoNul(const QString& text)
+{
+    return text.left(text.indexOf(QChar(0)) < 0 ? text.size() : text.indexOf(QChar(0)));
+}
+} // namespace SimWireFree
+
+QString md5(const QByteArray& bytes)
+{
+    return QString::fromLatin1(QCryptographicHash::hash(bytes, QCryptographicHash::Md5).toHex());
+}
+
+QByteArray readSome(QTcpSocket& socket, int ms = 3000)
+{
+    if (socket.bytesAvailable() == 0)
+        socket.waitForReadyRead(ms);
+    return socket.readAll();
+}
+
+QByteArray readExactly(QTcpSocket& socket, int n, int ms = 3000)
+{
+    QByteArray data;
+    while (data.size() < n && (socket.bytesAvailable() > 0 || socket.waitForReadyRead(ms)))
+        data += socket.read(n - data.size());
+    return data;
+}
+
+quint32 u32(const QByteArray& block, int offset)
+{
+    return qFromLittleEndian<quint32>(block.constData() + offset);
+}
+
+void putU32(QByteArray& block, int offset, quint32 v)
+{
+    qToLittleEndian<quint32>(v, block.data() + offset);
+}
+
+void putTime(QByteArray& block, int offset, const QDateTime& t, bool dayOfWeek)
+{
+    const qint16 fields[8] = {qint16(t.isValid() ? t.date().year() : 0), qint16(t.isValid() ? t.date().month() : 0),
+                              qint16(t.isValid() && dayOfWeek ? t.date().dayOfWeek() : 0), qint16(t.isValid() ? t.date().day() : 0),
+                              qint16(t.isValid() ? t.time().hour() : -1), qint16(t.isValid() ? t.time().minute() : -1),
+                              qint16(t.isValid() ? t.time().second() : -1), qint16(t.isValid() ? t.time().msec() : -1)};
+    for (int i = 0; i < 8; ++i)
+        qToLittleEndian<qint16>(fields[i], block.data() + offset + 2 * i);
+}
+
+// An upload header as a client writes it.
+QByteArray uploadHeader(const QString& number, const QString& receiver, int pages, int dialTotal, int priority = 2)
+{
+    QByteArray h(1024, '\0');
+    putU32(h, 0x018, 5);
+    putU32(h, 0x01C, quint32(priority));
+    const QByteArray digits = number.toUtf8();
+    for (int i = 0; i < digits.size(); ++i)
+        h[0x060 + 2 * i] = digits[i];
+    putU32(h, 0x0A0, quint32(pages));
+    putU32(h, 0x0A8, quint32(dialTotal));
+    putTime(h, 0x0B0, QDateTime::currentDateTimeUtc(), true);
+    putTime(h, 0x0C0, QDateTime(), false);
+    for (int i = 0; i < receiver.size(); ++i)
+        qToLittleEndian<quint16>(receiver[i].unicode(), h.data() + 0x194 + 2 * i);
+    putTime(h, 0x360, QDateTime(), false);
+    putU32(h, 0x394, 1);
+    return h;
+}
+
+// Text of 16-bit units from a record, up to the first 0 unit.
+QString units(const QByteArray& record, int offset, int max)
+{
+    QString text;
+    for (int i = 0; i < max && offset + 2 * i + 1 < record.size(); ++i) {
+        const quint16 unit = qFromLittleEndian<quint16>(record.constData() + offset + 2 * i);
+        if (unit == 0)
+            break;
+        text.append(QChar(unit));
+    }
+    return text;
+}
+
+// Pages of a TIFF, read back with libtiff: {pages, width of the first, bits per sample}.
+QList<int> tiffShape(const QByteArray& bytes)
+{
+    QTemporaryFile file;
+    if (!file.open() || file.write(bytes) != bytes.size())
+        return {};
+    file.flush();
+    TIFF* tif = TIFFOpen(QFile::encodeName(file.fileName()).constData(), "r");
+    if (!tif)
+        return {};
+    uint32_t width = 0;
+    uint16_t bits = 0;
+    TIFFGetField(tif, TIFFTAG_IMAGEWIDTH, &width);
+    TIFFGetField(tif, TIFFTAG_BITSPERSAMPLE, &bits);
+    const int pages = TIFFNumberOfDirectories(tif);
+    TIFFClose(tif);
+    return {pages, int(width), int(bits)};
+}
+
+// The client's side of the firmware word conversion, written out here on its own.
+QByteArray clientConvert(QByteArray block)
+{
+    for (int w = 0; w + 4 <= block.size(); w += 4) {
+        const quint32 word = qFromLittleEndian<quint32>(block.constData() + w);
+        qToLittleEndian<quint32>(~qbswap(word), block.data() + w);
+    }
+    return block;
+}
+
+QByteArray pattern(int size, int seed)
+{
+    QByteArray bytes(size, '\0');
+    for (int i = 0; i < size; ++i)
+        bytes[i] = char((i * 31 + seed * 7) & 0xFF);
+    return bytes;
+}
+
+Scenario scenarioAt(const QString& address)
+{
+    Scenario s;
+    s.address = address;
+    s.serverId = QStringLiteral("5A3C00AA");
+    s.serverName = QStringLiteral("测试传真");
+    s.users << SimUser::withPassword(QStringLiteral("zhang"), QStringLiteral("123456"), 12, QStringLiteral("801"));
+    return s;
+}
+
+} // namespace
+
+class TestDeviceSim : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<DeviceSimRunner> m_runner;
+
+    SimDevice* startDevice(const Scenario& scenario)
+    {
+        m_runner = std::make_unique<DeviceSimRunner>(scenario);
+        QString error;
+        if (!m_runner->start(&error))
+            qWarning("device did not start: %s", qPrintable(error));
+        return m_runner->device();
+    }
+
+    // Connects, reads the greeting and logs in; the proof is made from the challenge, by
+    // default the right one for admin. Returns the login reply.
+    QString login(QTcpSocket& socket, const QString& address, quint16 port = 3007, const QString& user = QStringLiteral("admin"),
+                  std::function<QString(const QString&)> proofFor = nullptr)
+    {
+        socket.connectToHost(address, port);
+        if (!socket.waitForConnected(2000))
+            return QString();
+        const QString challenge = field(dec(readSome(socket)), QStringLiteral("VERIFY_STRING"));
+        const QString proof = proofFor ? proofFor(challenge) : md5(challenge.toUtf8() + kAdminStored);
+        socket.write(QByteArray("\xFF\xFE", 2)
+                     + enc(QStringLiteral("<ACTION>LOGIN</ACTION><USERNAME>%1</USERNAME><PASSWORD>%2</PASSWORD><CLN_OS>Linux</CLN_OS>").arg(user, proof)));
+        return dec(readSome(socket));
+    }
+
+    QString command(QTcpSocket& socket, const QString& request)
+    {
+        socket.write(enc(request));
+        return dec(readSome(socket));
+    }
+
+    // Streams header and file in blocks paced by "R"; returns the final reply.
+    QString upload(QTcpSocket& socket, const QByteArray& header, const QByteArray& file, int* blocks)
+    {
+        const QByteArray stream = header + file;
+        socket.write(enc(QStringLiteral("<ACTION>SENDFAX</ACTION><FILELEN>%1</FILELEN><HEADERSIZE>1024</HEADERSIZE><BUFSIZE>1200</BUFSIZE>").arg(stream.size())));
+        int sent = 0;
+        *blocks = 0;
+        forever {
+            const QString reply = dec(readSome(socket));
+            if (reply != QLatin1String("R"))
+                return reply;
+            const int block = qMin(1200, stream.size() - sent);
+            socket.write(stream.mid(sent, block));
+            sent += block;
+            ++*blocks;
+        }
+    }
+
+    QByteArray statusRecord(QTcpSocket& socket, quint32 task, QString* text = nullptr)
+    {
+        const QString reply = command(socket, QStringLiteral("<ACTION>GET_SEND_FAX_STATUS</ACTION><TASK_ID_LIST>%1</TASK_ID_LIST>").arg(task));
+        if (text)
+            *text = reply;
+        socket.write(enc(QStringLiteral("R")));
+        return readExactly(socket, 1024, 1000);
+    }
+
+    // The records of a list query: AMOUNT, then one record per "R".
+    QList<QByteArray> records(QTcpSocket& socket, const QString& request)
+    {
+        const int amount = field(command(socket, request), QStringLiteral("AMOUNT")).toInt();
+        QList<QByteArray> list;
+        for (int i = 0; i < amount; ++i) {
+            socket.write(enc(QStringLiteral("R")));
+            list << readExactly(socket, 1024);
+        }
+        return list;
+    }
+
+    QByteArray download(QTcpSocket& socket, const QString& path, int bufSize, int* largestChunk)
+    {
+        const QString reply = command(socket, QStringLiteral("<ACTION>DOWN_FILE</ACTION><FILE>%1</FILE><BUFSIZE>%2</BUFSIZE>").arg(path).arg(bufSize));
+        const int length = field(reply, QStringLiteral("FILE_LEN")).toInt();
+        QByteArray data;
+        *largestChunk = 0;
+        do {
+            socket.write(enc(QStringLiteral("R")));
+            const QByteArray chunk = readSome(socket, 1000);
+            *largestChunk = qMax(*largestChunk, chunk.size());
+            data += chunk;
+            if (chunk.isEmpty())
+                break;
+        } while (data.size() < length);
+        return data;
+    }
+
+    // One firmware stage as the client sends it: blocks of 1200 while at least 2400 remain,
+    // then the rest, each converted. Returns the reply that ended the stage.
+    QString firmwareStage(QTcpSocket& socket, const QByteArray& image, bool corrupt = false)
+    {
+        int sent = 0;
+        forever {
+            const QString reply = dec(readSome(socket));
+            if (SimWireFree::uptoNul(reply) != QLatin1String("R") || sent >= image.size())
+                return reply;
+            const int block = image.size() - sent >= 2400 ? 1200 : image.size() - sent;
+            QByteArray bytes = clientConvert(image.mid(sent, block));
+            if (corrupt && sent == 0)
+                bytes[0] = char(bytes[0] ^ 0x01);
+            socket.write(bytes);
+            sent += block;
+        }
+    }
+
+private slots:
+    void cleanup() { m_runner.reset(); }
+
+    void seededDigestMatchesIndependentVectors()
+    {
+        QCOMPARE(SimDigest::storedForm(QStringLiteral("admin")), QString::fromLatin1(kAdminStored));
+        QCOMPARE(SimDigest::storedForm(QStringLiteral("admin")).left(32), md5("admin"));
+        QCOMPARE(SimDigest::storedForm(QStringLiteral("密码")),
+                 QStringLiteral("a8105204604a0b11e916f3879aae3b0bf30528745b0193450de573b1cf919efe"
+                                "328a340bd5cfc1b319bcbca5e76badcd73b55a59b8ef42c96a639c6cccaabbfd"));
+        QCOMPARE(SimDigest::loginProof(QStringLiteral("Ch4llenge"), QString::fromLatin1(kAdminStored)), QStringLiteral("b4530172ae373c5bb7fc477c0acc681a"));
+        QVERIFY(SimDigest::storedForm(QString()).isEmpty());
+    }
+
+    void greetingIsUtf16WithAFreshChallenge()
+    {
+        startDevice(scenarioAt(QStringLiteral("127.0.0.201")));
+        QStringList challenges;
+        for (quint16 port : {3001, 3002, 3006, 3007}) {
+            QTcpSocket socket;
+            socket.connectToHost(QStringLiteral("127.0.0.201"), port);
+            QVERIFY(socket.waitForConnected(2000));
+            const QByteArray bytes = readSome(socket);
+            QVERIFY(bytes.startsWith(QByteArray("<\0S\0", 4)));
+            const QString greeting = dec(bytes);
+            QCOMPARE(field(greeting, QStringLiteral("SERVER_NAME")), QStringLiteral("测试传真"));
+            QCOMPARE(field(greeting, QStringLiteral("SERVER_ID")), QStringLiteral("5A3C00AA"));
+            QVERIFY(!field(greeting, QStringLiteral("VERIFY_STRING")).isEmpty());
+            challenges << field(greeting, QStringLiteral("VERIFY_STRING"));
+        }
+        challenges.removeDuplicates();
+        QCOMPARE(challenges.size(), 4);
+    }
+
+    void loginChecksTheProof()
+    {
+        startDevice(scenarioAt(QStringLiteral("127.0.0.202")));
+        {
+            QTcpSocket socket;
+            const QString reply = login(socket, QStringLiteral("127.0.0.202"));
+            QCOMPARE(field(reply, QStringLiteral("LOGIN_STATE")), QStringLiteral("OK"));
+            QCOMPARE(field(reply, QStringLiteral("PERMISSION")), QStringLiteral("63"));
+            QCOMPARE(field(reply, QStringLiteral("EXT_NUM")), QStringLiteral("800"));
+            const QString info = command(socket, QStringLiteral("<ACTION>GET_SVR_INFO</ACTION>"));
+            QCOMPARE(field(info, QStringLiteral("SVRID")), QStringLiteral("5A3C00AA"));
+            QCOMPARE(field(info, QStringLiteral("LINE_STAT")), QStringLiteral("LINE1:IDLE"));
+        }
+        const QList<std::function<QString(const QString&)>> wrongProofs = {
+            [](const QString& challenge) { return md5(challenge.toUtf8() + "admin"); }, // the clear password, not the stored form
+            [](const QString&) { return md5(QByteArray("other challenge") + kAdminStored); },
+            [](const QString& challenge) { return md5(QByteArray(kAdminStored) + challenge.toUtf8()); }, // wrong order
+        };
+        for (const auto& proofFor : wrongProofs) {
+            QTcpSocket socket;
+            const QString refused = login(socket, QStringLiteral("127.0.0.202"), 3007, QStringLiteral("admin"), proofFor);
+            QCOMPARE(field(refused, QStringLiteral("LOGIN_STATE")), QStringLiteral("PWD_ERROR"));
+            QVERIFY(socket.state() == QAbstractSocket::UnconnectedState || socket.waitForDisconnected(2000));
+        }
+        QTcpSocket unknown;
+        QCOMPARE(field(login(unknown, QStringLiteral("127.0.0.202"), 3007, QStringLiteral("nobody")), QStringLiteral("LOGIN_STATE")),
+                 QStringLiteral("USER_NOT_EXIST"));
+        // Another account with its own password.
+        QTcpSocket zhang;
+        const QString reply = login(zhang, QStringLiteral("127.0.0.202"), 3007, QStringLiteral("zhang"),
+                                    [](const QString& c) { return md5(c.toUtf8() + SimDigest::storedForm(QStringLiteral("123456")).toUtf8()); });
+        QCOMPARE(field(reply, QStringLiteral("LOGIN_STATE")), QStringLiteral("OK"));
+        QCOMPARE(field(reply, QStringLiteral("PERMISSION")), QStringLiteral("12"));
+    }
+
+    void discoveryAnswersOnPort5077InGbk()
+    {
+        startDevice(scenarioAt(QStringLiteral("127.0.0.203")));
+        QUdpSocket client;
+        QVERIFY(client.bind(QHostAddress(QStringLiteral("127.0.0.204")), 5077, QAbstractSocket::ShareAddress | QAbstractSocket::ReuseAddressHint));
+        client.writeDatagram(QByteArray("Velkor/Tavio where are you?(ID:ANY)"), QHostAddress(QStringLiteral("127.0.0.203")), 5076);
+        QVERIFY(client.waitForReadyRead(2000));
+        const QNetworkDatagram answer = client.receiveDatagram();
+        QCOMPARE(answer.senderAddress(), QHostAddress(QStringLiteral("127.0.0.203")));
+        const QString text = QTextCodec::codecForName("GBK")->toUnicode(answer.data());
+        const int name = text.indexOf(QLatin1String("NAME:")), id = text.indexOf(QLatin1String("ID:")), end = text.indexOf(QLatin1Char(')'));
+        QVERIFY(name >= 0 && id > name && end > id);
+        QCOMPARE(text.mid(name + 5, id - name - 5).trimmed(), QStringLiteral("测试传真"));
+        QCOMPARE(text.mid(id + 3, end - id - 3).trimmed(), QStringLiteral("5A3C00AA"));
+
+        // Other texts get no answer; an announcement comes unasked.
+        client.writeDatagram(QByteArray("hello"), QHostAddress(QStringLiteral("127.0.0.203")), 5076);
+        QVERIFY(!client.waitForReadyRead(300));
+        m_runner->announce(QHostAddress(QStringLiteral("127.0.0.204")));
+        QVERIFY(client.waitForReadyRead(2000));
+        QCOMPARE(client.receiveDatagram().data(), answer.data());
+    }
+
+    void addressServiceAnswersOverHttp()
+    {
+        Scenario s = scenarioAt(QStringLiteral("127.0.0.205"));
+        s.httpPort = 18089;
+        s.addressService.insert(QStringLiteral("OTHER1"), QStringLiteral("127.0.0.9:4001"));
+        s.voiceAddressService.insert(QStringLiteral("OTHER1"), QStringLiteral("127.0.0.10"));
+        startDevice(s);
+        auto get = [](const QString& query) -> QByteArray {
+            QTcpSocket socket;
+            socket.connectToHost(QStringLiteral("127.0.0.205"), 18089);
+            if (!socket.waitForConnected(2000))
+                return QByteArray("no connection");
+            socket.write("GET /" + query.toLatin1() + " HTTP/1.1\r\nHost: x\r\n\r\n");
+            QByteArray response;
+            while (socket.waitForReadyRead(2000))
+                response += socket.readAll();
+            response += socket.readAll();
+            if (!response.startsWith("HTTP/1.1 200"))
+                return QByteArray("bad status: ") + response;
+            return response.mid(response.indexOf("\r\n\r\n") + 4);
+        };
+        QCOMPARE(get(QStringLiteral("?act=getremoteip2&svrid=5A3C00AA")), QByteArray("127.0.0.205"));
+        QCOMPARE(get(QStringLiteral("?act=getremoteip2&svrid=OTHER1")), QByteArray("127.0.0.9:4001"));
+        QCOMPARE(get(QStringLiteral("?act=getremoteip&svrid=OTHER1")), QByteArray("127.0.0.10"));
+        QCOMPARE(get(QStringLiteral("?act=getremoteip2&svrid=UNKNOWN")), QByteArray());
+    }
+
+    void scriptedFaultsOfGreetingAndLogin()
+    {
+        const QString address = QStringLiteral("127.0.0.206");
+        SimDevice* device = startDevice(scenarioAt(address));
+
+        device->addFault([] { SimFault f = SimFault::make(QStringLiteral("GREETING"), SimFault::Silent); f.times = 1; return f; }());
+        {
+            QTcpSocket socket;
+            socket.connectToHost(address, 3007);
+            QVERIFY(socket.waitForConnected(2000));
+            QVERIFY(!socket.waitForReadyRead(300));
+        }
+        device->addFault([] { SimFault f = SimFault::make(QStringLiteral("LOGIN"), SimFault::Silent); f.times = 1; return f; }());
+        {
+            QTcpSocket socket; // greeted, then silence
+            socket.connectToHost(address, 3007);
+            QVERIFY(socket.waitForConnected(2000));
+            QVERIFY(!readSome(socket).isEmpty());
+            socket.write(QByteArray("\xFF\xFE", 2) + enc(QStringLiteral("<ACTION>LOGIN</ACTION><USERNAME>admin</USERNAME><PASSWORD>x</PASSWORD>")));
+            QVERIFY(!socket.waitForReadyRead(300));
+        }
+        device->addFault([] { SimFault f = SimFault::make(QStringLiteral("LOGIN"), SimFault::RefuseLogin); f.times = 1; return f; }());
+        {
+            QTcpSocket socket;
+            QCOMPARE(field(login(socket, address), QStringLiteral("LOGIN_STATE")), QStringLiteral("FAIL"));
+        }
+        device->addFault([] { SimFault f = SimFault::make(QStringLiteral("GREETING"), SimFault::WrongServerId, 0, 0, QStringLiteral("5a3c00aa")); f.times = 1; return f; }());
+        {
+            QTcpSocket socket;
+            socket.connectToHost(address, 3007);
+            QVERIFY(socket.waitForConnected(2000));
+            QCOMPARE(field(dec(readSome(socket)), QStringLiteral("SERVER_ID")), QStringLiteral("5a3c00aa"));
+        }
+        // A reply in two pieces: the first read holds only part of it.
+        device->addFault([] { SimFault f = SimFault::make(QStringLiteral("GET_SVR_INFO"), SimFault::Split, 2, 300); f.times = 1; return f; }());
+        device->addFault([] { SimFault f = SimFault::make(QStringLiteral("GET_NETWORK_SETTING"), SimFault::Silent); f.times = 1; return f; }());
+        device->addFault([] { SimFault f = SimFault::make(QStringLiteral("GET_TIME_SETTING"), SimFault::Feedback, 0, 0, QStringLiteral("BUSY")); f.times = 1; return f; }());
+        {
+            QTcpSocket socket;
+            QCOMPARE(field(login(socket, address), QStringLiteral("LOGIN_STATE")), QStringLiteral("OK"));
+            socket.write(enc(QStringLiteral("<ACTION>GET_SVR_INFO</ACTION>")));
+            QVERIFY(socket.waitForReadyRead(2000));
+            const QByteArray first = socket.readAll();
+            QVERIFY(!dec(first).contains(QLatin1String("</FEEDBACK>")));
+            const QString whole = dec(first + readSome(socket));
+            QCOMPARE(field(whole, QStringLiteral("FEEDBACK")), QStringLiteral("OK"));
+            socket.write(enc(QStringLiteral("<ACTION>GET_NETWORK_SETTING</ACTION>")));
+            QVERIFY(!socket.waitForReadyRead(300));
+            QCOMPARE(field(command(socket, QStringLiteral("<ACTION>GET_TIME_SETTING</ACTION>")), QStringLiteral("FEEDBACK")), QStringLiteral("BUSY"));
+            QCOMPARE(field(command(socket, QStringLiteral("<ACTION>GET_TIME_SETTING</ACTION>")), QStringLiteral("FEEDBACK")), QStringLiteral("OK"));
+        }
+        // Commands go to their own ports.
+        QTcpSocket upload;
+        QCOMPARE(field(login(upload, address, 3002), QStringLiteral("LOGIN_STATE")), QStringLiteral("OK"));
+        QCOMPARE(field(command(upload, QStringLiteral("<ACTION>GET_SVR_INFO</ACTION>")), QStringLiteral("FEEDBACK")), QStringLiteral("WRONG_PORT"));
+    }
+
+    void sendFaxUploadIsPacedAndFollowedByItsRecord()
+    {
+        const QString address = QStringLiteral("127.0.0.207");
+        Scenario scenario = scenarioAt(address);
+        scenario.jobs.advanceOnQuery = true;
+        SimDevice* device = startDevice(scenario);
+        const QByteArray tiff = SimTiff::makeFax(2, {QStringLiteral("TEST")});
+        QVERIFY(tiff.size() > 1200);
+
+        QTcpSocket socket;
+        QCOMPARE(field(login(socket, address, 3002), QStringLiteral("LOGIN_STATE")), QStringLiteral("OK"));
+        int blocks = 0;
+        const QString reply = upload(socket, uploadHeader(QStringLiteral("01012345678"), QStringLiteral("王五"), 2, 3, 3), tiff, &blocks);
+        QCOMPARE(field(reply, QStringLiteral("FEEDBACK")), QStringLiteral("RECV_OK"));
+        const quint32 task = field(reply, QStringLiteral("TASKID")).toUInt();
+        QVERIFY(task > 0);
+        QCOMPARE(blocks, (tiff.size() + 1024 + 1199) / 1200);
+
+        const QList<SimUpload> uploads = device->uploads();
+        QCOMPARE(uploads.size(), 1);
+        QCOMPARE(uploads[0].task, task);
+        QCOMPARE(uploads[0].account, QStringLiteral("admin"));
+        QCOMPARE(uploads[0].tiff, tiff);
+        QCOMPARE(uploads[0].fields.number, QStringLiteral("01012345678"));
+        QCOMPARE(uploads[0].fields.receiver, QStringLiteral("王五"));
+        QCOMPARE(uploads[0].fields.priority, 3);
+        QCOMPARE(uploads[0].fields.pageTotal, 2);
+        QCOMPARE(uploads[0].fields.dialTotal, 3);
+        QVERIFY2(uploads[0].fields.problems.isEmpty(), qPrintable(uploads[0].fields.problems.join(QLatin1String("; "))));
+
+        // The status record, queried on the command port, walks the job through its life.
+        QTcpSocket status;
+        QCOMPARE(field(login(status, address), QStringLiteral("LOGIN_STATE")), QStringLiteral("OK"));
+        QList<int> states, sendStates;
+        QByteArray record;
+        for (int i = 0; i < 20; ++i) {
+            QString text;
+            record = statusRecord(status, task, &text);
+            QCOMPARE(field(text, QStringLiteral("FEEDBACK")), QStringLiteral("OK"));
+            QCOMPARE(record.size(), 1024);
+            states << int(u32(record, 0x018));
+            sendStates << int(u32(record, 0x358));
+            if (states.last() == 2)
+                break;
+        }
+        QCOMPARE(states.first(), 5);
+        QCOMPARE(states.last(), 2);
+        QVERIFY(sendStates.contains(1) && sendStates.contains(2) && sendStates.contains(3));
+        QCOMPARE(u32(record, 0x0A0), 2u);
+        QCOMPARE(u32(record, 0x0A4), 2u);
+        QCOMPARE(u32(record, 0x354), 100u);
+        QCOMPARE(u32(record, 0x35C), 14400u);
+        QCOMPARE(u32(record, 0x004), task);
+        QCOMPARE(u32(record, 0x014), 0x5A3C00AAu);
+        const int year = qFromLittleEndian<qint16>(record.constData() + 0x0B0);
+        QCOMPARE(year, QDateTime::currentDateTimeUtc().date().year());
+
+        // The file it keeps can be fetched by its number.
+        const QString file = QStringLiteral("%1").arg(u32(record, 0x008), 8, 16, QLatin1Char('0')).toUpper();
+        int largest = 0;
+        const QByteArray back = download(status, QStringLiteral("$STG_DIR$FaxFiles\\%1\\%2\\%3\\%4.tif").arg(file.mid(0, 2), file.mid(2, 2), file.mid(4, 2), file.mid(6, 2)), 1200, &largest);
+        QCOMPARE(back, tiff);
+
+        // An unknown task has no record.
+        QString text;
+        statusRecord(status, 999999, &text);
+        QCOMPARE(field(text, QStringLiteral("AMOUNT")), QStringLiteral("0"));
+    }
+
+    void jobOutcomesPauseAndRetry()
+    {
+        const QString address = QStringLiteral("127.0.0.208");
+        Scenario scenario = scenarioAt(address);
+        scenario.jobs.advanceOnQuery = true;
+        SimOutcome busy;
+        busy.number = QStringLiteral("000");
+        busy.success = false;
+        busy.issue = QStringLiteral("Line busy");
+        SimOutcome hangUp;
+        hangUp.number = QStringLiteral("999");
+        hangUp.success = false;
+        hangUp.issue = QStringLiteral("对方挂断");
+        hangUp.failPage = 2;
+        hangUp.failRuns = 1;
+        scenario.jobs.outcomes << busy << hangUp;
+        startDevice(scenario);
+        const QByteArray tiff = SimTiff::makeFax(3, {});
+
+        QTcpSocket up;
+        QCOMPARE(field(login(up, address, 3002), QStringLiteral("LOGIN_STATE")), QStringLiteral("OK"));
+        int blocks = 0;
+        const quint32 busyTask = field(upload(up, uploadHeader(QStringLiteral("000123"), QStringLiteral("A"), 3, 2), tiff, &blocks), QStringLiteral("TASKID")).toUInt();
+        const quint32 hangTask = field(upload(up, uploadHeader(QStringLiteral("999123"), QStringLiteral("B"), 3, 1), tiff, &blocks), QStringLiteral("TASKID")).toUInt();
+        const quint32 pausedTask = field(upload(up, uploadHeader(QStringLiteral("555"), QStringLiteral("C"), 3, 1), tiff, &blocks), QStringLiteral("TASKID")).toUInt();
+        QVERIFY(busyTask && hangTask && pausedTask);
+
+        QTcpSocket socket;
+        QCOMPARE(field(login(socket, address), QStringLiteral("LOGIN_STATE")), QStringLiteral("OK"));
+        auto runToEnd = [&](quint32 task) {
+            QByteArray record;
+            for (int i = 0; i < 30; ++i) {
+                record = statusRecord(socket, task);
+                if (u32(record, 0x018) == 1 || u32(record, 0x018) == 2)
+                    break;
+            }
+            return record;
+        };
+        // Every dial attempt fails, then the failure text stands in one byte per unit.
+        QByteArray record = runToEnd(busyTask);
+        QCOMPARE(u32(record, 0x018), 1u);
+        QCOMPARE(u32(record, 0x0AC), 2u);
+        QCOMPARE(units(record, 0x0D4, 128), QStringLiteral("Line busy"));
+        // The line drops during page 2 in the first run; a retry succeeds.
+        record = runToEnd(hangTask);
+        QCOMPARE(u32(record, 0x018), 1u);
+        QCOMPARE(u32(record, 0x0A4), 1u);
+        QByteArray utf8;
+        for (int i = 0; i < 128 && record[0x0D4 + 2 * i]; ++i)
+            utf8 += record[0x0D4 + 2 * i];
+        QCOMPARE(QString::fromUtf8(utf8), QStringLiteral("对方挂断"));
+        QCOMPARE(field(command(socket, QStringLiteral("<ACTION>SEND_FAX_RETRY</ACTION><TASKID>%1</TASKID><RETRY_CNT>2</RETRY_CNT>").arg(hangTask)), QStringLiteral("FEEDBACK")),
+                 QStringLiteral("RETRY_OK"));
+        record = runToEnd(hangTask);
+        QCOMPARE(u32(record, 0x018), 2u);
+        QCOMPARE(u32(record, 0x0A8), 2u);
+        QCOMPARE(field(command(socket, QStringLiteral("<ACTION>SEND_FAX_RETRY</ACTION><TASKID>%1</TASKID><RETRY_CNT>2</RETRY_CNT>").arg(hangTask)), QStringLiteral("FEEDBACK")),
+                 QStringLiteral("RETRY_FAIL"));
+
+        // A paused fax stays stopped and in the queue; a sent one leaves it.
+        QCOMPARE(field(command(socket, QStringLiteral("<ACTION>SEND_FAX_PAUSE</ACTION><TASKID>%1</TASKID>").arg(pausedTask)), QStringLiteral("FEEDBACK")),
+                 QStringLiteral("PAUSE_OK"));
+        QCOMPARE(u32(statusRecord(socket, pausedTask), 0x018), 7u);
+        QCOMPARE(u32(statusRecord(socket, pausedTask), 0x018), 7u);
+        const QList<QByteArray> queue = records(socket, QStringLiteral("<ACTION>GET_SEND_FAX_STATUS</ACTION><TASK_ID_LIST>all in queue</TASK_ID_LIST>"));
+        QCOMPARE(queue.size(), 1);
+        QCOMPARE(u32(queue[0], 0x004), pausedTask);
+        QCOMPARE(units(queue[0], 0x060, 64), QStringLiteral("555"));
+        QCOMPARE(units(queue[0], 0x1D4, 64), QStringLiteral("admin"));
+        const QList<QByteArray> history = records(socket, QStringLiteral("<ACTION>GET_SEND_FAX_STATUS</ACTION><TASK_ID_LIST>query history</TASK_ID_LIST>"
+                                                                         "<QY_USER></QY_USER><QY_DTBGN>2000-01-01 00:00:00</QY_DTBGN><QY_DTEND>2100-01-01 00:00:00</QY_DTEND><QY_TYPE>send</QY_TYPE>"));
+        QCOMPARE(history.size(), 2);
+        QCOMPARE(field(command(socket, QStringLiteral("<ACTION>DELETE_FAX</ACTION><TASKID>%1</TASKID><DELETE>true</DELETE><REMOVE>true</REMOVE>").arg(busyTask)), QStringLiteral("REMOVE")),
+                 QStringLiteral("true"));
+        QCOMPARE(records(socket, QStringLiteral("<ACTION>GET_SEND_FAX_STATUS</ACTION><TASK_ID_LIST>query history</TASK_ID_LIST><QY_USER></QY_USER>"
+                                                "<QY_DTBGN></QY_DTBGN><QY_DTEND></QY_DTEND><QY_TYPE>send</QY_TYPE>")).size(),
+                 1);
+    }
+
+    void newFaxCountsDownAndDownloadsInChunks()
+    {
+        const QString address = QStringLiteral("127.0.0.209");
+        Scenario scenario = scenarioAt(address);
+        for (int i = 0; i < 3; ++i) {
+            SimReceivedFax fax;
+            fax.task = quint32(500 + i);
+            fax.timeUtc = QDateTime(QDate(2024, 3, 5), QTime(4, 7, 9 + i), Qt::UTC);
+            fax.cid = QStringLiteral("0215550%1").arg(i);
+            fax.sender = QStringLiteral("发件人%1").arg(i);
+            fax.pages = i + 1;
+            fax.users = i == 1 ? QStringList{QStringLiteral("zhang")} : QStringList();
+            scenario.received << fax;
+        }
+        startDevice(scenario);
+        QTcpSocket socket;
+        QCOMPARE(field(login(socket, address), QStringLiteral("LOGIN_STATE")), QStringLiteral("OK"));
+        const QString request = QStringLiteral("<ACTION>GET_NEW_FAX</ACTION><DATETIME>2001-01-01 00:00:00</DATETIME><TASK>%1</TASK><USER>%2</USER>");
+        QStringList counts;
+        QString task = QStringLiteral("0");
+        forever {
+            const QString reply = command(socket, request.arg(task, QStringLiteral("admin")));
+            counts << field(reply, QStringLiteral("COUNT"));
+            if (field(reply, QStringLiteral("COUNT")).toInt() < 1)
+                break;
+            task = field(reply, QStringLiteral("TASK"));
+            QCOMPARE(field(reply, QStringLiteral("SVRID")), QStringLiteral("5A3C00AA"));
+            const QString file = field(reply, QStringLiteral("FILE"));
+            QCOMPARE(file.size(), 8);
+            int largest = 0;
+            const QByteArray tiff = download(socket, QStringLiteral("$STG_DIR$FaxFiles\\%1\\%2\\%3\\%4.tif").arg(file.mid(0, 2), file.mid(2, 2), file.mid(4, 2), file.mid(6, 2)), 500, &largest);
+            QVERIFY(largest <= 500);
+            const int pages = task == QLatin1String("500") ? 1 : 3;
+            QCOMPARE(tiffShape(tiff), (QList<int>{pages, 1728, 1}));
+            if (task == QLatin1String("500")) {
+                QCOMPARE(field(reply, QStringLiteral("TIME")), QStringLiteral("2024-03-05 04:07:09"));
+                QCOMPARE(field(reply, QStringLiteral("SENDER")), QStringLiteral("发件人0"));
+                QCOMPARE(field(reply, QStringLiteral("STATUS_ID")), QStringLiteral("11"));
+            }
+        }
+        QCOMPARE(counts, (QStringList{QStringLiteral("2"), QStringLiteral("1"), QStringLiteral("0")}));
+        QCOMPARE(task, QStringLiteral("502"));
+        // The fax meant for another account, and none for an unknown one.
+        QCOMPARE(field(command(socket, request.arg(QStringLiteral("0"), QStringLiteral("zhang"))), QStringLiteral("TASK")), QStringLiteral("500"));
+        QCOMPARE(field(command(socket, request.arg(QStringLiteral("500"), QStringLiteral("zhang"))), QStringLiteral("TASK")), QStringLiteral("501"));
+        QCOMPARE(field(command(socket, request.arg(QStringLiteral("0"), QStringLiteral("nobody"))), QStringLiteral("COUNT")), QStringLiteral("0"));
+        // A path with forward slashes names no file; the one "R" the client still sends is taken.
+        int largest = 0;
+        QVERIFY(download(socket, QStringLiteral("$STG_DIR$FaxFiles/00/10/00/00.tif"), 1200, &largest).isEmpty());
+        QCOMPARE(field(command(socket, request.arg(QStringLiteral("501"), QStringLiteral("admin"))), QStringLiteral("COUNT")), QStringLiteral("1"));
+    }
+
+    void transferFaults()
+    {
+        const QString address = QStringLiteral("127.0.0.210");
+        Scenario scenario = scenarioAt(address);
+        SimReceivedFax fax;
+        fax.pages = 3;
+        scenario.received << fax;
+        SimDevice* device = startDevice(scenario);
+        const QByteArray tiff = SimTiff::makeFax(2, {});
+        const QByteArray header = uploadHeader(QStringLiteral("123"), QStringLiteral("R"), 2, 1);
+        auto once = [](const QString& action, SimFault::Kind kind, int value = 0, int delayMs = 0) {
+            SimFault f = SimFault::make(action, kind, value, delayMs);
+            f.times = 1;
+            return f;
+        };
+        int blocks = 0;
+        {
+            device->addFault(once(QStringLiteral("SENDFAX"), SimFault::DropAfterBytes, 3000));
+            QTcpSocket socket;
+            login(socket, address, 3002);
+            QVERIFY(upload(socket, header, tiff, &blocks).isEmpty());
+            QCOMPARE(blocks, 3);
+            QVERIFY(socket.state() == QAbstractSocket::UnconnectedState || socket.waitForDisconnected(1000));
+            QVERIFY(device->uploads().isEmpty());
+        }
+        {
+            device->addFault(once(QStringLiteral("SENDFAX"), SimFault::NotReady, 1));
+            device->addFault(once(QStringLiteral("SENDFAX"), SimFault::NoTaskId));
+            device->addFault(once(QStringLiteral("SENDFAX"), SimFault::SlowPacing, 0, 100));
+            QTcpSocket socket;
+            login(socket, address, 3002);
+            QElapsedTimer clock;
+            clock.start();
+            QCOMPARE(field(upload(socket, header, tiff, &blocks), QStringLiteral("FEEDBACK")), QStringLiteral("BUSY"));
+            QCOMPARE(blocks, 1);
+            QVERIFY(clock.elapsed() >= 190);
+            const QString accepted = upload(socket, header, tiff, &blocks);
+            QCOMPARE(field(accepted, QStringLiteral("FEEDBACK")), QStringLiteral("RECV_OK"));
+            QVERIFY(!accepted.contains(QLatin1String("TASKID")));
+        }
+        {
+            device->addFault(once(QStringLiteral("GET_SEND_FAX_STATUS"), SimFault::ShortRecord, 100));
+            device->addFault(once(QStringLiteral("DOWN_FILE"), SimFault::DropAfterBytes, 2000));
+            QTcpSocket socket;
+            login(socket, address);
+            const quint32 task = device->uploads().last().task;
+            QCOMPARE(statusRecord(socket, task).size(), 100);
+            QCOMPARE(statusRecord(socket, task).size(), 1024);
+            const QString file = QStringLiteral("%1").arg(device->receivedFaxes().first().fileNumber, 8, 16, QLatin1Char('0'));
+            int largest = 0;
+            const QByteArray part = download(socket, QStringLiteral("$STG_DIR$FaxFiles\\%1\\%2\\%3\\%4.tif").arg(file.mid(0, 2), file.mid(2, 2), file.mid(4, 2), file.mid(6, 2)), 1200, &largest);
+            QCOMPARE(part.size(), 2000);
+            QVERIFY(socket.state() == QAbstractSocket::UnconnectedState || socket.waitForDisconnected(1000));
+        }
+    }
+
+    void administrationStateIsKept()
+    {
+        const QString address = QStringLiteral("127.0.0.211");
+        Scenario scenario = scenarioAt(address);
+        scenario.lines << Scenario::defaultLine(2);
+        SimDevice* device = startDevice(scenario);
+        QTcpSocket socket;
+        QCOMPARE(field(login(socket, address), QStringLiteral("LOGIN_STATE")), QStringLiteral("OK"));
+        auto ok = [&](const QString& request) { return field(command(socket, request), QStringLiteral("FEEDBACK")); };
+
+        QCOMPARE(field(command(socket, QStringLiteral("<ACTION>GET_SVR_INFO</ACTION>")), QStringLiteral("LINE_STAT")), QStringLiteral("LINE1:IDLE LINE2:IDLE"));
+        QCOMPARE(ok(QStringLiteral("<ACTION>SET_PUB_SMTP_SETTING</ACTION><SMTP_ADDR>mail.x.cn</SMTP_ADDR><SMTP_USER>u</SMTP_USER>"
+                                   "<EMAIL_ADDR_FROM>f@x.cn</EMAIL_ADDR_FROM><SMTP_PWD>p%1<</SMTP_PWD>")),
+                 QStringLiteral("OK"));
+        const QString smtp = command(socket, QStringLiteral("<ACTION>GET_PUB_SMTP_SETTING</ACTION>"));
+        QCOMPARE(field(smtp, QStringLiteral("SMTP_ADDR")), QStringLiteral("mail.x.cn"));
+        QCOMPARE(field(smtp, QStringLiteral("EMAIL_ADDR_FROM")), QStringLiteral("f@x.cn"));
+        QVERIFY(!smtp.contains(QLatin1String("SMTP_PWD")));
+        QCOMPARE(device->smtp().value(QStringLiteral("SMTP_PWD")), QStringLiteral("p%1<"));
+
+        QCOMPARE(ok(QStringLiteral("<ACTION>NETWORK_SETTING</ACTION><DHCPENABLE>disable</DHCPENABLE><IP>10.1.2.3</IP><IP2>0.0.0.0</IP2><IP3>0.0.0.0</IP3>"
+                                   "<SUBNETMASK>255.0.0.0</SUBNETMASK><GATEWAY>10.0.0.1</GATEWAY><DNS>10.0.0.2</DNS><VERIFY>true</VERIFY>")),
+                 QStringLiteral("OK"));
+        QCOMPARE(field(command(socket, QStringLiteral("<ACTION>GET_NETWORK_SETTING</ACTION>")), QStringLiteral("IP")), QStringLiteral("10.1.2.3"));
+        QCOMPARE(ok(QStringLiteral("<ACTION>NETWORK_SETTING</ACTION><DHCPENABLE>disable</DHCPENABLE><IP>10.1.2</IP>")), QStringLiteral("PARAM_ERROR"));
+
+        QCOMPARE(ok(QStringLiteral("<ACTION>SET_TIME_SETTING</ACTION><YEAR>2030</YEAR><MONTH>02</MONTH><DAY>03</DAY><HOUR>04</HOUR><MINUTE>05</MINUTE>"
+                                   "<SECOND>06</SECOND><FSK_SYNC>FALSE</FSK_SYNC><FSK_TIME_ZONE>-540</FSK_TIME_ZONE><FSK_TIME_ZONE_NAME>-567549795</FSK_TIME_ZONE_NAME>")),
+                 QStringLiteral("OK"));
+        const QString time = command(socket, QStringLiteral("<ACTION>GET_TIME_SETTING</ACTION>"));
+        QCOMPARE(field(time, QStringLiteral("YEAR")), QStringLiteral("2030"));
+        QCOMPARE(field(time, QStringLiteral("MONTH")), QStringLiteral("2"));
+        QCOMPARE(field(time, QStringLiteral("FSK_TIME_ZONE_NAME")), QStringLiteral("-567549795"));
+        QCOMPARE(field(time, QStringLiteral("FSK_SYNC")), QStringLiteral("FALSE"));
+
+        QCOMPARE(ok(QStringLiteral("<ACTION>SET_FAX_SETTING</ACTION><TAG_FORMAT>%D</TAG_FORMAT><COMPANY>公司</COMPANY><FAX_NUM>123</FAX_NUM><RECV_SPEED>6</RECV_SPEED>"
+                                   "<SEND_PRIORITY>-1</SEND_PRIORITY><LINE_NUM>2</LINE_NUM>")),
+                 QStringLiteral("OK"));
+        socket.write(enc(QStringLiteral("<ACTION>GET_FAX_SETTING</ACTION><LINE_NUM>2</LINE_NUM>")));
+        const QByteArray line = readSome(socket);
+        QVERIFY(line.endsWith(QByteArray(2, '\0')));
+        QCOMPARE(field(dec(line), QStringLiteral("COMPANY")), QStringLiteral("公司"));
+        QCOMPARE(field(dec(line), QStringLiteral("SEND_PRIORITY")), QStringLiteral("-1"));
+        QCOMPARE(field(dec(line), QStringLiteral("SUPPORT_SPEED")), QStringLiteral("13"));
+        QCOMPARE(device->lineSettings(1).value(QStringLiteral("COMPANY")), QStringLiteral("Velkor Demo"));
+        QCOMPARE(field(command(socket, QStringLiteral("<ACTION>GET_FAX_SETTING</ACTION><LINE_NUM>3</LINE_NUM>")), QStringLiteral("FEEDBACK")), QStringLiteral("LINE_NOT_EXIST"));
+
+        // Accounts: the device takes only stored forms, and a new one can log in.
+        const QString stored = SimDigest::storedForm(QStringLiteral("pw"));
+        const QString add = QStringLiteral("<ACTION>%1</ACTION><USER_NAME>wang</USER_NAME>%2<EXT_NUM>805</EXT_NUM><PERMISSION>12</PERMISSION><EMAIL_OPT>4</EMAIL_OPT>"
+                                           "<SMTP_ADDR></SMTP_ADDR><SMTP_USER></SMTP_USER><SMTP_PWD>******</SMTP_PWD><EMAIL_FROM></EMAIL_FROM><EMAIL_TO>w@x.cn</EMAIL_TO>");
+        QCOMPARE(ok(add.arg(QStringLiteral("ADD_USER"), QStringLiteral("<USER_PWD>pw</USER_PWD>"))), QStringLiteral("PWD_FORMAT_ERROR"));
+        QCOMPARE(ok(add.arg(QStringLiteral("ADD_USER"), QStringLiteral("<USER_PWD>%1</USER_PWD>").arg(stored))), QStringLiteral("OK"));
+        QCOMPARE(ok(add.arg(QStringLiteral("ADD_USER"), QStringLiteral("<USER_PWD>%1</USER_PWD>").arg(stored))), QStringLiteral("USER_EXIST"));
+        QCOMPARE(ok(add.arg(QStringLiteral("MODIFY_USER"), QString()).replace(QLatin1String("805"), QLatin1String("806"))), QStringLiteral("OK"));
+        const QString info = command(socket, QStringLiteral("<ACTION>GET_USER_INFO</ACTION><USER_NAME>wang</USER_NAME>"));
+        QCOMPARE(field(info, QStringLiteral("EXT_NUM")), QStringLiteral("806"));
+        QCOMPARE(field(info, QStringLiteral("EMAIL_OPT")), QStringLiteral("4"));
+        QVERIFY(!info.contains(QLatin1String("USER_PWD")));
+        QTcpSocket wang;
+        QCOMPARE(field(login(wang, address, 3007, QStringLiteral("wang"), [&](const QString& c) { return md5(c.toUtf8() + stored.toUtf8()); }),
+                       QStringLiteral("LOGIN_STATE")),
+                 QStringLiteral("OK"));
+        socket.write(enc(QStringLiteral("<ACTION>GET_USER_LIST</ACTION>")));
+        const QByteArray list = readSome(socket);
+        QVERIFY(list.endsWith(QByteArray(2, '\0')));
+        QCOMPARE(field(dec(list), QStringLiteral("USER_LIST")), QStringLiteral("admin,zhang,wang"));
+        QCOMPARE(ok(QStringLiteral("<ACTION>DELETE_USER</ACTION><USER_NAME>admin</USER_NAME>")), QStringLiteral("CANNOT_DELETE_ADMIN"));
+        QCOMPARE(ok(QStringLiteral("<ACTION>DELETE_USER</ACTION><USER_NAME>wang</USER_NAME>")), QStringLiteral("OK"));
+        QCOMPARE(ok(QStringLiteral("<ACTION>GET_USER_INFO</ACTION><USER_NAME>wang</USER_NAME>")), QStringLiteral("USER_NOT_EXIST"));
+    }
+
+    void configurationFileAndDayLogs()
+    {
+        const QString address = QStringLiteral("127.0.0.212");
+        SimDevice* device = startDevice(scenarioAt(address));
+        QTcpSocket socket;
+        QCOMPARE(field(login(socket, address), QStringLiteral("LOGIN_STATE")), QStringLiteral("OK"));
+        int largest = 0;
+        const QString config = dec(download(socket, QStringLiteral("$STG_DIR$SvrAdvParam.cfg"), 1200, &largest));
+        QVERIFY(config.contains(QStringLiteral("[FAXOPTIONS]\r\nServerName=测试传真\r\n")));
+
+        // Up: announce, START, then one block per "R" of the device.
+        QString changed = config;
+        changed.replace(QStringLiteral("ServerName=测试传真"), QStringLiteral("ServerName=新名字"));
+        changed += QString(700, QLatin1Char('x')); // more than one block
+        const QByteArray bytes = enc(changed);
+        QCOMPARE(field(command(socket, QStringLiteral("<ACTION>UP_FILE</ACTION><FILE>$STG_DIR$SvrAdvParam.cfg</FILE><BUFSIZE>1200</BUFSIZE><FILELEN>%1</FILELEN>")
+                                           .arg(bytes.size())),
+                       QStringLiteral("FEEDBACK")),
+                 QStringLiteral("OK"));
+        socket.write(enc(QStringLiteral("<ACTION>UP_FILE</ACTION><UPLOAD>START</UPLOAD>")));
+        int sent = 0, readies = 0;
+        while (sent < bytes.size()) {
+            QCOMPARE(dec(readSome(socket)), QStringLiteral("R"));
+            ++readies;
+            const int block = qMin(1200, bytes.size() - sent);
+            socket.write(bytes.mid(sent, block));
+            sent += block;
+        }
+        QCOMPARE(readies, (bytes.size() + 1199) / 1200);
+        QTRY_COMPARE(device->configText(), changed);
+        QTcpSocket next;
+        next.connectToHost(address, 3007);
+        QVERIFY(next.waitForConnected(2000));
+        QCOMPARE(field(dec(readSome(next)), QStringLiteral("SERVER_NAME")), QStringLiteral("新名字"));
+        QCOMPARE(field(command(socket, QStringLiteral("<ACTION>UP_FILE</ACTION><FILE>$STG_DIR$other.cfg</FILE><BUFSIZE>1200</BUFSIZE><FILELEN>4</FILELEN>")),
+                       QStringLiteral("FEEDBACK")),
+                 QStringLiteral("NOT_ALLOWED"));
+
+        // Day logs are GBK; a missing day is refused without FILE_LEN bytes.
+        const QString today = device->deviceClock().date().toString(QStringLiteral("yyyy-MM-dd"));
+        const QByteArray log = download(socket, QStringLiteral("$STG_DIR$log\\%1.log").arg(today), 1200, &largest);
+        const QString text = QTextCodec::codecForName("GBK")->toUnicode(log);
+        QVERIFY(text.contains(QStringLiteral("系统启动")));
+        QVERIFY(text.contains(QLatin1String("LOGIN admin -> OK")));
+        QCOMPARE(field(command(socket, QStringLiteral("<ACTION>DOWN_FILE</ACTION><FILE>$STG_DIR$log\\1999-01-01.log</FILE><BUFSIZE>1200</BUFSIZE>")),
+                       QStringLiteral("FEEDBACK")),
+                 QStringLiteral("FILE_NOT_EXIST"));
+        // The next request still gets its answer.
+        QCOMPARE(field(command(socket, QStringLiteral("<ACTION>GET_TIME_SETTING</ACTION>")), QStringLiteral("FEEDBACK")), QStringLiteral("OK"));
+    }
+
+    void firmwareIsDecodedAndVerified()
+    {
+        const QString address = QStringLiteral("127.0.0.213");
+        Scenario scenario = scenarioAt(address);
+        const QByteArray os = pattern(5003, 1), sw = pattern(2401, 2);
+        scenario.firmwareExpected = SimFirmware::buildFile(os, sw);
+        SimDevice* device = startDevice(scenario);
+
+        {
+            // Both stages, the client writing no UPDATE_SW request between them.
+            QTcpSocket socket;
+            QCOMPARE(field(login(socket, address, 3006), QStringLiteral("LOGIN_STATE")), QStringLiteral("OK"));
+            socket.write(enc(QStringLiteral("<ACTION>UPDATE_OS</ACTION><FILELEN>%1</FILELEN><BUFSIZE>1200</BUFSIZE>").arg(os.size())));
+            QCOMPARE(field(firmwareStage(socket, os), QStringLiteral("FEEDBACK")), QStringLiteral("RECV_OK"));
+            QCOMPARE(field(firmwareStage(socket, sw), QStringLiteral("FEEDBACK")), QStringLiteral("RECV_OK"));
+            const SimFirmwareUpload fw = device->firmwareUploads().last();
+            QVERIFY(fw.complete && fw.checked && fw.matchesExpected);
+            QCOMPARE(fw.osImage, os);
+            QCOMPARE(fw.swImage, sw);
+        }
+        {
+            // A changed bit is caught.
+            QTcpSocket socket;
+            login(socket, address, 3006);
+            socket.write(enc(QStringLiteral("<ACTION>UPDATE_OS</ACTION><FILELEN>%1</FILELEN><BUFSIZE>1200</BUFSIZE>").arg(os.size())));
+            QCOMPARE(field(firmwareStage(socket, os, true), QStringLiteral("FEEDBACK")), QStringLiteral("CHECK_ERROR"));
+        }
+        {
+            // Not on the command port.
+            QTcpSocket socket;
+            login(socket, address, 3007);
+            QCOMPARE(field(command(socket, QStringLiteral("<ACTION>UPDATE_SW</ACTION><FILELEN>4</FILELEN><BUFSIZE>1200</BUFSIZE>")), QStringLiteral("FEEDBACK")),
+                     QStringLiteral("WRONG_PORT"));
+        }
+        m_runner.reset();
+
+        // Without an original the device finds the end of the SW stage by itself; L = 0
+        // starts with UPDATE_SW.
+        scenario.firmwareExpected.clear();
+        device = startDevice(scenario);
+        const QByteArray sw2 = pattern(3000, 3);
+        {
+            QTcpSocket socket;
+            login(socket, address, 3006);
+            socket.write(enc(QStringLiteral("<ACTION>UPDATE_OS</ACTION><FILELEN>%1</FILELEN><BUFSIZE>1200</BUFSIZE>").arg(os.size())));
+            QCOMPARE(field(firmwareStage(socket, os), QStringLiteral("FEEDBACK")), QStringLiteral("RECV_OK"));
+            QCOMPARE(field(firmwareStage(socket, sw2), QStringLiteral("FEEDBACK")), QStringLiteral("RECV_OK"));
+        }
+        {
+            QTcpSocket socket;
+            login(socket, address, 3006);
+            socket.write(enc(QStringLiteral("<ACTION>UPDATE_SW</ACTION><FILELEN>%1</FILELEN><BUFSIZE>1200</BUFSIZE>").arg(sw.size())));
+            QCOMPARE(field(firmwareStage(socket, sw), QStringLiteral("FEEDBACK")), QStringLiteral("RECV_OK"));
+        }
+        const QList<SimFirmwareUpload> uploads = device->firmwareUploads();
+        QCOMPARE(uploads.size(), 2);
+        QCOMPARE(uploads[0].osImage, os);
+        QCOMPARE(uploads[0].swImage, sw2);
+        QVERIFY(!uploads[0].checked);
+        QVERIFY(uploads[1].osImage.isEmpty());
+        QCOMPARE(uploads[1].swImage, sw);
+    }
+
+    void voiceLoginStreamsToTheGivenPort()
+    {
+        const QString address = QStringLiteral("127.0.0.214");
+        startDevice(scenarioAt(address));
+        QUdpSocket audio;
+        QVERIFY(audio.bind(QHostAddress(QStringLiteral("127.0.0.1")), 0));
+        QTcpSocket socket;
+        socket.connectToHost(address, 3001);
+        QVERIFY(socket.waitForConnected(2000));
+        const QString challenge = field(dec(readSome(socket)), QStringLiteral("VERIFY_STRING"));
+        socket.write(enc(QStringLiteral("<ACTION>LOGIN</ACTION><USERNAME>admin</USERNAME><PASSWORD>%1</PASSWORD><UDP_PORT>%2</UDP_PORT>")
+                             .arg(md5(challenge.toUtf8() + kAdminStored))
+                             .arg(audio.localPort())));
+        QCOMPARE(field(dec(readSome(socket)), QStringLiteral("LOGIN_STATE")), QStringLiteral("OK"));
+        QVERIFY(audio.waitForReadyRead(2000));
+        QVERIFY(audio.receiveDatagram().data().size() > 0);
+    }
+
+    void timedJobsShareTheLines()
+    {
+        const QString address = QStringLiteral("127.0.0.215");
+        Scenario scenario = scenarioAt(address);
+        scenario.lines << Scenario::defaultLine(2);
+        scenario.jobs.stepMs = 40;
+        SimDevice* device = startDevice(scenario);
+        QTcpSocket socket;
+        QCOMPARE(field(login(socket, address, 3002), QStringLiteral("LOGIN_STATE")), QStringLiteral("OK"));
+        const QByteArray tiff = SimTiff::makeFax(2, {});
+        int blocks = 0;
+        for (int i = 0; i < 3; ++i)
+            QCOMPARE(field(upload(socket, uploadHeader(QStringLiteral("55%1").arg(i), QStringLiteral("R"), 2, 1), tiff, &blocks), QStringLiteral("FEEDBACK")),
+                     QStringLiteral("RECV_OK"));
+        // Never more jobs on the lines than there are lines; all end sent.
+        int mostBusy = 0;
+        QElapsedTimer clock;
+        clock.start();
+        bool done = false;
+        while (!done && clock.elapsed() < 10000) {
+            int busy = 0;
+            done = true;
+            for (const SimJob& job : device->jobs()) {
+                busy += job.holdsLine ? 1 : 0;
+                done = done && job.status == 2;
+            }
+            mostBusy = qMax(mostBusy, busy);
+            QTest::qWait(5);
+        }
+        QVERIFY(done);
+        QCOMPARE(mostBusy, 2);
+        QSet<int> lines;
+        for (const SimJob& job : device->jobs())
+            lines << job.line;
+        QCOMPARE(lines, (QSet<int>{1, 2}));
+    }
+};
+
+VELKOR_TEST_MAIN(TestDeviceSim)
+#include "TestDeviceSim.moc"

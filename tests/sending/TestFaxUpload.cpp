@@ -1,0 +1,359 @@
+#include "DeviceProtocol.h"
+#include "FaxStatus.h"
+#include "MessageBoxUtil.h"
+#include "SendFaxController.h"
+#include "SendingTestData.h"
+#include "TestSupport.h"
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QSignalSpy>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QThread>
+#include <atomic>
+
+using namespace SendingTestData;
+
+namespace {
+
+QByteArray utf16(const QString& text)
+{
+    return QByteArray(reinterpret_cast<const char*>(text.utf16()), text.size() * 2);
+}
+
+// A device on port 3002 that greets, accepts any login and then answers every write with
+// "R", whatever it has already been given.
+class EagerDevice
+{
+public:
+    EagerDevice(const QString& address, const QString& serverId)
+    {
+        m_server->moveToThread(&m_thread);
+        m_thread.start();
+        QMetaObject::invokeMethod(
+            m_server,
+            [this, address, serverId] {
+                QObject::connect(m_server, &QTcpServer::newConnection, m_server, [this, serverId] {
+                    while (QTcpSocket* s = m_server->nextPendingConnection()) {
+                        QObject::connect(s, &QTcpSocket::disconnected, s, &QObject::deleteLater);
+                        s->write(utf16("<SERVER_NAME>eager</SERVER_NAME><SERVER_ID>" + serverId
+                            + "</SERVER_ID><VERIFY_STRING>abc</VERIFY_STRING>"));
+                        auto loggedIn = std::make_shared<bool>(false);
+                        QObject::connect(s, &QTcpSocket::readyRead, s, [this, s, loggedIn] {
+                            const QByteArray in = s->readAll();
+                            if (*loggedIn)
+                                m_afterLogin += in.size();
+                            s->write(utf16(
+                                *loggedIn ? QStringLiteral("R") : QStringLiteral("<LOGIN_STATE>OK</LOGIN_STATE>")));
+                            *loggedIn = true;
+                        });
+                    }
+                });
+                m_server->listen(QHostAddress(address), 3002);
+            },
+            Qt::BlockingQueuedConnection);
+    }
+
+    ~EagerDevice()
+    {
+        QMetaObject::invokeMethod(
+            m_server, [this] { delete m_server; }, Qt::BlockingQueuedConnection);
+        m_thread.quit();
+        m_thread.wait();
+    }
+
+    qint64 bytesAfterLogin() const { return m_afterLogin; }
+
+private:
+    QThread m_thread;
+    QTcpServer* m_server = new QTcpServer;
+    std::atomic<qint64> m_afterLogin { 0 };
+};
+
+} // namespace
+
+Q_DECLARE_METATYPE(SimFault::Kind)
+
+class TestFaxUpload : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<DeviceSimRunner> m_sim;
+    Scenario m_scenario;
+    Device m_device;
+
+    SimDevice* sim() { return m_sim->device(); }
+
+    // Runs sendFax on a probe worker; notes the results and whether its socket is gone.
+    Fax upload(Fax fax)
+    {
+        ProbeThread worker;
+        QSignalSpy ok(&worker, &SendFaxThread::returnTaskID);
+        QSignalSpy ko(&worker, &SendFaxThread::uploadFaxFailed);
+        Fax result = fax;
+        connect(&worker, &SendFaxThread::returnTaskID, [&](Fax& f) { result = f; });
+        connect(&worker, &SendFaxThread::uploadFaxFailed, [&](Fax& f) { result = f; });
+        worker.sendFax(fax);
+        m_lastAccepted = ok.count();
+        m_lastFailed = ko.count();
+        m_lastReleased = worker.socketReleased();
+        return result;
+    }
+    int m_lastAccepted = 0;
+    int m_lastFailed = 0;
+    bool m_lastReleased = false;
+
+    QString filePath(const QString& name) { return TestSupport::documentsPath() + name; }
+
+private slots:
+    void initTestCase()
+    {
+        qRegisterMetaType<Fax>("Fax&");
+        m_scenario = scenarioAt(QStringLiteral("127.0.0.30"));
+        m_sim = startSim(m_scenario);
+        MessageBoxUtil::setRecording(true);
+    }
+
+    void init()
+    {
+        TestSupport::freshHome();
+        TestSupport::loginTestUser();
+        DeviceProtocol::setTestTimeoutDivisor(1);
+        sim()->clearFaults();
+        m_device = storedDevice(m_scenario);
+    }
+
+    void cleanup()
+    {
+        QCoreApplication::sendPostedEvents(); // finished threads give back their connections
+        DeviceProtocol::setTestTimeoutDivisor(1);
+    }
+
+    void headerAndFileReachTheDevice()
+    {
+        const QByteArray tiff = tinyTiff(5000);
+        Fax fax = storedFax(m_device, writeFile(filePath("a.tif"), tiff), QStringLiteral("0755-86001234"));
+        fax.receiver = QStringLiteral("李四 Co.");
+        fax.priority = 3;
+        fax.quality = 2;
+        fax.pageTotal = 3;
+        fax.dialTotal = 4;
+        fax.retryTime = 7;
+        fax.disableHeader = true;
+        fax.disabeDialPrefix = false;
+        fax.dateTimePlan = QDateTime(QDate(2031, 5, 6), QTime(7, 8, 9), Qt::UTC);
+        fax.dateTimeStop = QDateTime(QDate(2031, 5, 7), QTime(10, 0), Qt::OffsetFromUTC, 3600);
+        fax.timeFrom = QTime(9, 15);
+        fax.timeTo = QTime(16, 45);
+
+        const QDateTime before = QDateTime::currentDateTimeUtc().addSecs(-1);
+        const Fax result = upload(fax);
+        QCOMPARE(m_lastAccepted, 1);
+        QVERIFY(m_lastReleased);
+
+        const QList<SimUpload> uploads = sim()->uploads();
+        QCOMPARE(uploads.size(), 1);
+        const SimRecord::UploadHeader& h = uploads[0].fields;
+        QVERIFY2(h.problems.isEmpty(), qPrintable(h.problems.join("; ")));
+        QCOMPARE(h.status, 5);
+        QCOMPARE(h.number, QStringLiteral("0755-86001234"));
+        QCOMPARE(h.receiver, QStringLiteral("李四 Co."));
+        QCOMPARE(h.priority, 3);
+        QCOMPARE(h.quality, 2);
+        QCOMPARE(h.pageTotal, 3);
+        QCOMPARE(h.dialTotal, 4);
+        QCOMPARE(h.retryTime, 7);
+        QCOMPARE(h.disableHeader, 1);
+        QCOMPARE(h.disableDialPrefix, 0);
+        QCOMPARE(h.planTime.toUtc(), fax.dateTimePlan);
+        QCOMPARE(h.stopTime.toUtc(), QDateTime(QDate(2031, 5, 7), QTime(9, 0), Qt::UTC));
+        QCOMPARE(h.windowFrom.hour, 9);
+        QCOMPARE(h.windowFrom.minute, 15);
+        QCOMPARE(h.windowTo.hour, 16);
+        QCOMPARE(h.windowTo.minute, 45);
+        const QDateTime uploaded = h.uploadTime.toUtc();
+        QVERIFY(uploaded >= before && uploaded <= QDateTime::currentDateTimeUtc());
+        QCOMPARE(uploads[0].tiff, tiff);
+        QCOMPARE(uploads[0].account, QStringLiteral("admin"));
+
+        // The raw bytes, as the device's firmware would see them.
+        const QByteArray& raw = uploads[0].header;
+        QCOMPARE(raw.size(), 1024);
+        QCOMPARE(raw.mid(0x18, 8), QByteArray("\x05\0\0\0\x03\0\0\0", 8));
+        QCOMPARE(raw.mid(0x60, 6),
+            QByteArray("0\0"
+                       "7\0"
+                       "5\0",
+                6));
+        QCOMPARE(raw.mid(0x194, 4), QByteArray("\x4e\x67\xdb\x56", 4)); // 李 U+674E, 四 U+56DB
+        QCOMPARE(raw.mid(0x39C, 12), QByteArray("\x01\0\0\0\0\0\0\0\0\0\0\0", 12));
+
+        // The task number comes back and is stored; the status stays 5 until the first poll.
+        QCOMPARE(result.taskID, int(uploads[0].task));
+        QVERIFY(result.taskID > 0);
+        QCOMPARE(storedColumn(fax.id, "taskID").toInt(), result.taskID);
+        QCOMPARE(storedColumn(fax.id, "status").toInt(), 5);
+        QCOMPARE(result.status, 5);
+    }
+
+    void blockSizesAtTheEdges_data()
+    {
+        QTest::addColumn<int>("fileSize");
+        QTest::addColumn<int>("blocks");
+        QTest::newRow("smallest") << 14 << 1;
+        QTest::newRow("176 fills the first block") << 176 << 1;
+        QTest::newRow("177 needs a second") << 177 << 2;
+        QTest::newRow("total 2400, two full blocks") << 1376 << 2;
+        QTest::newRow("total 3600") << 2576 << 3;
+        QTest::newRow("one byte over") << 2577 << 4;
+    }
+
+    void blockSizesAtTheEdges()
+    {
+        QFETCH(int, fileSize);
+        QFETCH(int, blocks);
+        const QByteArray tiff = tinyTiff(fileSize);
+        const Fax result = upload(storedFax(m_device, writeFile(filePath("edge.tif"), tiff)));
+        QCOMPARE(m_lastAccepted, 1);
+        QVERIFY(result.taskID > 0);
+        QCOMPARE(sim()->uploads().last().tiff, tiff);
+        const QString line = QStringLiteral("SENDFAX %1 bytes in %2 blocks").arg(fileSize + 1024).arg(blocks);
+        QCOMPARE(countLines(sim()->actionLog(), line), 1);
+    }
+
+    void everyFailureEndsInStatus3_data()
+    {
+        QTest::addColumn<QString>("action");
+        QTest::addColumn<SimFault::Kind>("kind");
+        QTest::addColumn<int>("value");
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<bool>("fileArrives");
+        QTest::newRow("refused before any block") << "SENDFAX" << SimFault::NotReady << 0 << "" << false;
+        QTest::newRow("refused after a block")
+            << "SENDFAX" << SimFault::NotReady << 1 << "<FEEDBACK>BUSY</FEEDBACK>" << false;
+        QTest::newRow("RECV_OK without TASKID") << "SENDFAX" << SimFault::NoTaskId << 0 << "" << true;
+        QTest::newRow("final reply refuses") << "SENDFAX" << SimFault::Feedback << 0 << "FILE_ERROR" << true;
+        QTest::newRow("login refused") << "LOGIN" << SimFault::RefuseLogin << 0 << "" << false;
+        QTest::newRow("connection dropped") << "SENDFAX" << SimFault::DropAfterBytes << 1500 << "" << false;
+    }
+
+    void everyFailureEndsInStatus3()
+    {
+        QFETCH(QString, action);
+        QFETCH(SimFault::Kind, kind);
+        QFETCH(int, value);
+        QFETCH(QString, text);
+        QFETCH(bool, fileArrives);
+        sim()->addFault(SimFault::make(action, kind, value, 0, text));
+        const int uploadsBefore = sim()->uploads().size();
+
+        const Fax fax = storedFax(m_device, writeFile(filePath("f.tif"), tinyTiff(3000)));
+        const Fax result = upload(fax);
+        QCOMPARE(m_lastFailed, 1);
+        QCOMPARE(m_lastAccepted, 0);
+        QVERIFY(m_lastReleased);
+        QCOMPARE(result.status, int(FaxStatus::SEND_FAX_UNSEND));
+        QCOMPARE(result.taskID, 0);
+        QCOMPARE(storedColumn(fax.id, "status").toInt(), 3);
+        QCOMPARE(storedColumn(fax.id, "taskID").toInt(), 0);
+        QCOMPARE(sim()->uploads().size() - uploadsBefore, fileArrives ? 1 : 0);
+        QVERIFY(MessageBoxUtil::takeShown().isEmpty());
+    }
+
+    void failuresBeforeTheWire()
+    {
+        // A missing file is not created by the attempt.
+        const QString missing = filePath("missing.tif");
+        Fax result = upload(storedFax(m_device, missing));
+        QCOMPARE(m_lastFailed, 1);
+        QCOMPARE(result.status, 3);
+        QVERIFY(!QFile::exists(missing));
+        QVERIFY(m_lastReleased);
+
+        // A number that does not fit its 32 units is refused before any connection.
+        const int loginsBefore = countLines(sim()->actionLog(), QStringLiteral("LOGIN"));
+        const Fax longNumber
+            = storedFax(m_device, writeFile(filePath("n.tif"), tinyTiff(100)), QString(33, QLatin1Char('8')));
+        result = upload(longNumber);
+        QCOMPARE(m_lastFailed, 1);
+        QCOMPARE(storedColumn(longNumber.id, "status").toInt(), 3);
+        QCOMPARE(countLines(sim()->actionLog(), QStringLiteral("LOGIN")), loginsBefore);
+
+        // 32 digits go through whole.
+        result
+            = upload(storedFax(m_device, writeFile(filePath("n.tif"), tinyTiff(100)), QString(32, QLatin1Char('8'))));
+        QCOMPARE(m_lastAccepted, 1);
+        QCOMPARE(sim()->uploads().last().fields.number, QString(32, QLatin1Char('8')));
+
+        // A device that is not bound for this user cannot be reached.
+        Fax stranger = storedFax(m_device, writeFile(filePath("s.tif"), tinyTiff(100)));
+        stranger.serverID = QStringLiteral("NOSUCHDEVICE");
+        result = upload(stranger);
+        QCOMPARE(m_lastFailed, 1);
+        QCOMPARE(storedColumn(stranger.id, "status").toInt(), 3);
+        QVERIFY(MessageBoxUtil::takeShown().isEmpty());
+    }
+
+    void silentDeviceCostsBoundedTime_data()
+    {
+        QTest::addColumn<QString>("action");
+        QTest::newRow("no greeting") << "GREETING";
+        QTest::newRow("no ready token") << "SENDFAX";
+    }
+
+    void silentDeviceCostsBoundedTime()
+    {
+        QFETCH(QString, action);
+        DeviceProtocol::setTestTimeoutDivisor(10); // greeting and upload reply 1500 ms
+        sim()->addFault(SimFault::make(action, SimFault::Silent));
+        const Fax fax = storedFax(m_device, writeFile(filePath("q.tif"), tinyTiff(500)));
+        QElapsedTimer clock;
+        clock.start();
+        upload(fax);
+        QVERIFY2(clock.elapsed() < 6000, qPrintable(QString::number(clock.elapsed())));
+        QCOMPARE(m_lastFailed, 1);
+        QVERIFY(m_lastReleased);
+        QCOMPARE(storedColumn(fax.id, "status").toInt(), 3);
+    }
+
+    void deviceThatAsksForMoreThanTheFileHolds()
+    {
+        // Answers "R" to everything after the login: the upload must end after its last block.
+        const Scenario other = scenarioAt(QStringLiteral("127.0.0.33"));
+        EagerDevice eager(other.address, other.serverId);
+        const Device device = storedDevice(other);
+        const Fax fax = storedFax(device, writeFile(filePath("r.tif"), tinyTiff(100)));
+        QElapsedTimer clock;
+        clock.start();
+        upload(fax);
+        QCOMPARE(m_lastFailed, 1);
+        QVERIFY(m_lastReleased);
+        QVERIFY(clock.elapsed() < 10000);
+        // The request, then header and file once: nothing more however often it asks.
+        const QByteArray request = utf16(QStringLiteral("<ACTION>SENDFAX</ACTION><FILELEN>1124</FILELEN>"
+                                                        "<HEADERSIZE>1024</HEADERSIZE><BUFSIZE>1200</BUFSIZE>"));
+        QTRY_COMPARE(eager.bytesAfterLogin(), qint64(request.size() + 1124));
+    }
+
+    void throughTheController()
+    {
+        SendFaxController controller;
+        QSignalSpy saved(&controller, &SendFaxController::saveTaskID);
+        QSignalSpy failed(&controller, &SendFaxController::uploadFaxFailed);
+        Fax good = storedFax(m_device, writeFile(filePath("c1.tif"), tinyTiff(2000)));
+        Fax bad = storedFax(m_device, filePath("nothing-here.tif"));
+        emit controller.sendFax(good);
+        emit controller.sendFax(bad);
+        QTRY_COMPARE_WITH_TIMEOUT(saved.count() + failed.count(), 2, 20000);
+        QCOMPARE(saved.count(), 1);
+        QCOMPARE(failed.count(), 1);
+        const Fax savedFax = qvariant_cast<Fax>(saved.first().first());
+        QCOMPARE(savedFax.id, good.id);
+        QVERIFY(savedFax.taskID > 0);
+        QCOMPARE(qvariant_cast<Fax>(failed.first().first()).status, 3);
+    }
+};
+
+VELKOR_TEST_MAIN(TestFaxUpload)
+#include "TestFaxUpload.moc"

@@ -1,0 +1,397 @@
+#include "ImageUtil.h"
+#include "TestSupport.h"
+
+#include <QPainter>
+
+namespace {
+
+const QRgb BLACK = qRgb(0, 0, 0);
+const QRgb WHITE = qRgb(255, 255, 255);
+
+QImage filled(int w, int h, QRgb colour, QImage::Format format = QImage::Format_RGB32)
+{
+    QImage image(w, h, format);
+    image.fill(colour);
+    return image;
+}
+
+void paintRect(QImage& image, const QRect& rect, QRgb colour)
+{
+    QPainter painter(&image);
+    painter.fillRect(rect, QColor(colour));
+}
+
+// Gray levels, row by row, as an RGB32 image.
+QImage grayImage(const QVector<QVector<int>>& rows)
+{
+    QImage image(rows.first().size(), rows.size(), QImage::Format_RGB32);
+    for (int y = 0; y < rows.size(); ++y)
+        for (int x = 0; x < rows[y].size(); ++x)
+            image.setPixel(x, y, qRgb(rows[y][x], rows[y][x], rows[y][x]));
+    return image;
+}
+
+// Points whose red level is below 128 (the thresholders give equal channels).
+QVector<QPoint> blackPoints(const QImage& image)
+{
+    QVector<QPoint> points;
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = 0; x < image.width(); ++x)
+            if (qRed(image.pixel(x, y)) < 128)
+                points.append(QPoint(x, y));
+    return points;
+}
+
+bool isWhite(QRgb rgb)
+{
+    return qRed(rgb) > 250 && qGreen(rgb) > 250 && qBlue(rgb) > 250;
+}
+
+// True when every pixel of the rows [from, to) is (nearly) white.
+bool rowsWhite(const QImage& image, int from, int to)
+{
+    for (int y = from; y < to; ++y)
+        for (int x = 0; x < image.width(); ++x)
+            if (!isWhite(image.pixel(x, y)))
+                return false;
+    return true;
+}
+
+bool onlyPureBlackAndWhite(const QImage& image)
+{
+    if (image.format() != QImage::Format_RGBA8888)
+        return false;
+    for (int y = 0; y < image.height(); ++y) {
+        const uchar* line = image.constScanLine(y);
+        for (int x = 0; x < image.width() * 4; x += 4) {
+            const bool black = line[x] == 0 && line[x + 1] == 0 && line[x + 2] == 0;
+            const bool white = line[x] == 255 && line[x + 1] == 255 && line[x + 2] == 255;
+            if ((!black && !white) || line[x + 3] != 255)
+                return false;
+        }
+    }
+    return true;
+}
+
+} // namespace
+
+class TestImageUtil : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void pageOfExactSizeIsKept();
+    void landscapePageIsTurnedClockwise();
+    void narrowImageLiesBelowTopMargin();
+    void smallImageIsNotEnlarged();
+    void largeImageIsHalvedAndLosesBottomRows();
+    void tallImagesFitTheHeight();
+    void pdfPageIsStretchedAndCut();
+    void nullImageGivesBlankPage();
+    void meanThresholdGivesPureBlackAndWhite();
+    void thresholdersAcceptOtherDepths_data();
+    void thresholdersAcceptOtherDepths();
+    void signatureThresholdAt127();
+    void sauvolaKnownAnswers();
+    void sauvolaWindowFromPercent();
+    void ditherKnownAnswers();
+    void integralThresholdKnownAnswers();
+};
+
+void TestImageUtil::pageOfExactSizeIsKept()
+{
+    QImage page = filled(1728, 2200, WHITE);
+    page.setPixel(0, 0, BLACK);
+    page.setPixel(1727, 2199, BLACK);
+    const QImage result = ImageUtil::scaleToFaxSize(page, "png");
+    QCOMPARE(result.size(), QSize(1728, 2200));
+    QCOMPARE(result, page); // no margin, no rescaling, same format
+}
+
+void TestImageUtil::landscapePageIsTurnedClockwise()
+{
+    QImage page = filled(2200, 1728, WHITE);
+    paintRect(page, QRect(0, 0, 10, 5), BLACK); // top left corner
+    page.setPixel(2199, 1727, BLACK);           // bottom right corner
+    const QImage result = ImageUtil::scaleToFaxSize(page, "jpg");
+    QCOMPARE(result.size(), QSize(1728, 2200));
+    // Clockwise: top left goes to top right, with no top margin.
+    QCOMPARE(result.pixel(1727, 0), BLACK);
+    QCOMPARE(result.pixel(1723, 9), BLACK);
+    QCOMPARE(result.pixel(1722, 9), WHITE);
+    QCOMPARE(result.pixel(1727, 10), WHITE);
+    QCOMPARE(result.pixel(0, 2199), BLACK);
+    QCOMPARE(result.pixel(0, 0), WHITE);
+}
+
+void TestImageUtil::narrowImageLiesBelowTopMargin()
+{
+    QImage source = filled(1728, 1000, WHITE);
+    source.setPixel(0, 0, BLACK);
+    paintRect(source, QRect(0, 999, 1728, 1), BLACK);
+    const QImage page = ImageUtil::scaleToFaxSize(source, "png");
+    QCOMPARE(page.size(), QSize(1728, 2200));
+    QCOMPARE(page.format(), QImage::Format_RGBA8888);
+    QVERIFY(rowsWhite(page, 0, 50));
+    QCOMPARE(page.pixel(0, 50), BLACK);
+    QCOMPARE(page.pixel(1, 50), WHITE);
+    QCOMPARE(page.pixel(1727, 1049), BLACK); // last source row: kept at 1000 rows high
+    QVERIFY(rowsWhite(page, 1050, 2200));
+}
+
+void TestImageUtil::smallImageIsNotEnlarged()
+{
+    QImage source = filled(100, 100, BLACK);
+    QCOMPARE(ImageUtil::imprintImage(source, "png").size(), QSize(100, 100));
+    const QImage page = ImageUtil::scaleToFaxSize(source, "png");
+    QCOMPARE(page.size(), QSize(1728, 2200));
+    QCOMPARE(blackPoints(page).size(), 100 * 100);
+    QCOMPARE(page.pixel(814, 50), BLACK);
+    QCOMPARE(page.pixel(913, 149), BLACK);
+    QCOMPARE(page.pixel(813, 50), WHITE);
+    QCOMPARE(page.pixel(914, 149), WHITE);
+    QCOMPARE(page.pixel(814, 49), WHITE);
+    QCOMPARE(page.pixel(814, 150), WHITE);
+}
+
+void TestImageUtil::largeImageIsHalvedAndLosesBottomRows()
+{
+    QImage source = filled(3456, 4400, WHITE);
+    paintRect(source, QRect(0, 0, 3456, 20), BLACK);    // top band
+    paintRect(source, QRect(0, 4300, 3456, 100), BLACK); // lands below the canvas
+    QCOMPARE(ImageUtil::imprintImage(source, "tif").size(), QSize(1728, 2200));
+
+    const QImage page = ImageUtil::scaleToFaxSize(source, "tif");
+    QCOMPARE(page.size(), QSize(1728, 2200));
+    QVERIFY(rowsWhite(page, 0, 50));
+    QCOMPARE(qRed(page.pixel(864, 52)), 0);
+    QVERIFY(rowsWhite(page, 62, 2200));
+}
+
+void TestImageUtil::tallImagesFitTheHeight()
+{
+    // Wider than the page and, once fitted to the width, still too tall.
+    QImage wideTall = filled(3456, 8800, BLACK);
+    QCOMPARE(ImageUtil::imprintImage(wideTall, "bmp").size(), QSize(864, 2200));
+    const QImage page = ImageUtil::scaleToFaxSize(wideTall, "bmp");
+    QCOMPARE(page.pixel(432, 100), BLACK);
+    QCOMPARE(page.pixel(431, 100), WHITE);
+    QCOMPARE(page.pixel(1295, 100), BLACK);
+    QCOMPARE(page.pixel(1296, 100), WHITE);
+    QCOMPARE(page.pixel(432, 2199), BLACK); // 2200 rows from row 50: the rest is cut
+
+    // Narrower than the page but too tall.
+    QImage narrowTall = filled(1000, 3000, BLACK);
+    QCOMPARE(ImageUtil::imprintImage(narrowTall, "bmp").size(), QSize(733, 2200));
+    const QImage page2 = ImageUtil::scaleToFaxSize(narrowTall, "bmp");
+    QCOMPARE(page2.pixel(497, 60), BLACK);
+    QCOMPARE(page2.pixel(496, 60), WHITE);
+}
+
+void TestImageUtil::pdfPageIsStretchedAndCut()
+{
+    QImage source = filled(100, 100, WHITE);
+    paintRect(source, QRect(0, 0, 1, 50), BLACK);   // upper half of the left column
+    paintRect(source, QRect(0, 99, 100, 1), BLACK); // last row, stretched past row 2150
+
+    QCOMPARE(ImageUtil::imprintImage(source, "pdf").size(), QSize(1728, 2200));
+    QImage wide = filled(500, 100, WHITE);
+    QCOMPARE(ImageUtil::imprintImage(wide, "pdf").size(), QSize(1728, 2200));
+
+    const QImage page = ImageUtil::scaleToFaxSize(source, "pdf");
+    QCOMPARE(page.size(), QSize(1728, 2200));
+    QVERIFY(rowsWhite(page, 0, 50));
+    QVERIFY(qRed(page.pixel(0, 1000)) < 64);      // the stretched left column
+    QVERIFY(isWhite(page.pixel(1727, 1000)));
+    QVERIFY(rowsWhite(page, 2180, 2200)); // the black bottom rows fell off the canvas
+
+    // Only the exact suffix "pdf" stretches.
+    const QImage notPdf = ImageUtil::scaleToFaxSize(source, "PDF");
+    QCOMPARE(notPdf.pixel(814, 50), BLACK);
+    QCOMPARE(notPdf.pixel(814, 99), BLACK);
+    QCOMPARE(notPdf.pixel(814, 100), WHITE);
+    QCOMPARE(notPdf.pixel(913, 149), BLACK);
+    QCOMPARE(notPdf.pixel(815, 60), WHITE);
+}
+
+void TestImageUtil::nullImageGivesBlankPage()
+{
+    QImage none;
+    const QImage page = ImageUtil::scaleToFaxSize(none, "png");
+    QCOMPARE(page.size(), QSize(1728, 2200));
+    QVERIFY(rowsWhite(page, 0, 2200));
+    QVERIFY(ImageUtil::getBWImage(none).isNull());
+}
+
+void TestImageUtil::meanThresholdGivesPureBlackAndWhite()
+{
+    // A gradient with a small dark square and a gray stroke, on a canvas.
+    QImage source(400, 300, QImage::Format_RGB32);
+    for (int y = 0; y < source.height(); ++y)
+        for (int x = 0; x < source.width(); ++x)
+            source.setPixel(x, y, qRgb(x * 255 / 400, (x + y) % 256, y * 255 / 300));
+    QImage page = ImageUtil::scaleToFaxSize(source, "png");
+    const QImage bw = ImageUtil::getBWImage(page);
+    QCOMPARE(bw.size(), QSize(1728, 2200));
+    QVERIFY(onlyPureBlackAndWhite(bw));
+
+    // A 10 x 10 black square on white comes out exactly as it went in.
+    QImage square = filled(60, 60, WHITE);
+    paintRect(square, QRect(20, 10, 10, 10), BLACK);
+    const QVector<QPoint> black = blackPoints(ImageUtil::getBWImage(square));
+    QCOMPARE(black.size(), 100);
+    QCOMPARE(black.first(), QPoint(20, 10));
+    QCOMPARE(black.last(), QPoint(29, 19));
+
+    // A uniform gray field lies above its own mean minus 5: white.
+    QImage gray = filled(40, 40, qRgb(128, 128, 128));
+    QVERIFY(blackPoints(ImageUtil::getBWImage(gray)).isEmpty());
+}
+
+void TestImageUtil::thresholdersAcceptOtherDepths_data()
+{
+    QTest::addColumn<int>("format");
+    QTest::newRow("gray8") << int(QImage::Format_Grayscale8);
+    QTest::newRow("mono") << int(QImage::Format_Mono);
+    QTest::newRow("rgb888") << int(QImage::Format_RGB888);
+    QTest::newRow("rgb16") << int(QImage::Format_RGB16);
+}
+
+void TestImageUtil::thresholdersAcceptOtherDepths()
+{
+    QFETCH(int, format);
+    QImage reference = filled(48, 40, WHITE);
+    paintRect(reference, QRect(10, 8, 6, 5), BLACK);
+    paintRect(reference, QRect(30, 20, 3, 12), BLACK);
+    QImage other = reference.convertToFormat(QImage::Format(format));
+    QVERIFY(other.depth() != 32);
+
+    QCOMPARE(ImageUtil::getBWImage(other), ImageUtil::getBWImage(reference));
+    QCOMPARE(ImageUtil::getBWBitmapWithSauvola(other, 95), ImageUtil::getBWBitmapWithSauvola(reference, 95));
+    QCOMPARE(ImageUtil::getBWImageWithDither(other), ImageUtil::getBWImageWithDither(reference));
+    QCOMPARE(ImageUtil::getBWImageImproveOTSU(other), ImageUtil::getBWImageImproveOTSU(reference));
+    QCOMPARE(blackPoints(ImageUtil::getBWImage(other)).size(), 6 * 5 + 3 * 12);
+}
+
+void TestImageUtil::signatureThresholdAt127()
+{
+    // g = 0.587 G + 0.2989 R + 0.114 B, truncated; the weights add up to 0.9999.
+    const QVector<QPair<QRgb, bool>> cases = {
+        {qRgb(127, 127, 127), true}, {qRgb(128, 128, 128), true}, {qRgb(129, 129, 129), false},
+        {qRgb(255, 0, 0), true},     {qRgb(0, 0, 255), true},     {qRgb(0, 255, 0), false},
+        {qRgb(0, 218, 0), true},     {qRgb(0, 219, 0), false},    {qRgb(255, 255, 255), false},
+    };
+    QImage source(cases.size(), 1, QImage::Format_ARGB32);
+    for (int i = 0; i < cases.size(); ++i)
+        source.setPixel(i, 0, cases[i].first);
+    const QImage result = ImageUtil::signBlackWhite(source);
+    QCOMPARE(result.format(), QImage::Format_RGB888);
+    QCOMPARE(result.size(), source.size());
+    for (int i = 0; i < cases.size(); ++i) {
+        const QRgb expected = cases[i].second ? 0xFF000000u : 0xFFFFFFFFu;
+        QVERIFY2(result.pixel(i, 0) == expected, qPrintable(QString::number(source.pixel(i, 0), 16)));
+    }
+}
+
+void TestImageUtil::sauvolaKnownAnswers()
+{
+    // Window (x-1, x+1] x (y-1, y+1] with percent 99. At the centre the window holds
+    // 140, 200, 200, 200: mean 185, sd 30, T = 185 * (1 + 0.3 * (30/128 - 1)) = 142.5.
+    QVector<QVector<int>> rows(5, QVector<int>(5, 200));
+    rows[2][2] = 140;
+    QImage dark = grayImage(rows);
+    QImage result = ImageUtil::getBWBitmapWithSauvola(dark, 99);
+    QCOMPARE(result.format(), QImage::Format_RGBA8888);
+    QCOMPARE(blackPoints(result), QVector<QPoint>{QPoint(2, 2)});
+    QVERIFY(onlyPureBlackAndWhite(result));
+
+    // 150 in the same place: mean 187.5, sd 25, T = 142.2: stays white.
+    rows[2][2] = 150;
+    QImage light = grayImage(rows);
+    QVERIFY(blackPoints(ImageUtil::getBWBitmapWithSauvola(light, 99)).isEmpty());
+
+    // A single row has no window below it: every pixel is white.
+    QImage line = filled(20, 1, BLACK);
+    QVERIFY(blackPoints(ImageUtil::getBWBitmapWithSauvola(line, 99)).isEmpty());
+}
+
+void TestImageUtil::sauvolaWindowFromPercent()
+{
+    // Dark text-like strokes on a gray ramp: the window size decides what is black.
+    QImage source(80, 60, QImage::Format_RGB32);
+    for (int y = 0; y < 60; ++y)
+        for (int x = 0; x < 80; ++x)
+            source.setPixel(x, y, qRgb(120 + x, 120 + x, 120 + x));
+    paintRect(source, QRect(10, 10, 3, 30), qRgb(40, 40, 40));
+    paintRect(source, QRect(50, 20, 20, 3), qRgb(90, 90, 90));
+
+    const QImage w1 = ImageUtil::getBWBitmapWithSauvola(source, 99);
+    // A percent of 100 or more gives a non-positive half window, which falls back to 1.
+    QCOMPARE(ImageUtil::getBWBitmapWithSauvola(source, 100), w1);
+    QCOMPARE(ImageUtil::getBWBitmapWithSauvola(source, 250), w1);
+    const QImage w40 = ImageUtil::getBWBitmapWithSauvola(source, 60);
+    QVERIFY(w40 != w1);
+    // The strokes are black with a wide window; the ramp is not.
+    const QVector<QPoint> black = blackPoints(w40);
+    QVERIFY(black.contains(QPoint(11, 25)));
+    QVERIFY(black.contains(QPoint(60, 21)));
+    QVERIFY(!black.contains(QPoint(30, 40)));
+}
+
+void TestImageUtil::ditherKnownAnswers()
+{
+    // 3 x 3 of gray 100, worked by hand with the weights 7, 1, 5, 3 over 26: only the
+    // right pixel of the middle row collects enough error (103 + 32 = 135) to turn white.
+    QImage flat = grayImage({{100, 100, 100}, {100, 100, 100}, {100, 100, 100}});
+    QImage result = ImageUtil::getBWImageWithDither(flat);
+    QCOMPARE(result.format(), QImage::Format_RGBA8888);
+    QVERIFY(onlyPureBlackAndWhite(result));
+    QCOMPARE(blackPoints(result).size(), 8);
+    QCOMPARE(result.pixel(2, 1), WHITE);
+
+    // 250 turns white with error -5: the right pixel gets -35/26 = -1, which wraps 0 to 255;
+    // the pixel below gets -25/26 = 0 (truncation, not floor) and stays black.
+    QImage wrap = grayImage({{0, 250, 0}, {0, 0, 0}});
+    result = ImageUtil::getBWImageWithDither(wrap);
+    QCOMPARE(blackPoints(result), (QVector<QPoint>{QPoint(0, 0), QPoint(0, 1), QPoint(1, 1), QPoint(2, 1)}));
+
+    // 128 turns white with error -127: shares -34 right, -4 down-right, -24 down and -14
+    // down-left bring each neighbour to exactly 128, which is still white.
+    QImage exact = grayImage({{255, 128, 162}, {142, 152, 132}});
+    QVERIFY(blackPoints(ImageUtil::getBWImageWithDither(exact)).isEmpty());
+
+    // First column, last column and last row spread nothing.
+    QImage edges = grayImage({{127, 0}, {127, 127}});
+    QCOMPARE(blackPoints(ImageUtil::getBWImageWithDither(edges)).size(), 4);
+}
+
+void TestImageUtil::integralThresholdKnownAnswers()
+{
+    // 16 rows: window 2, half window 1, window (x-1, x+1] x (y-1, y+1].
+    // At 80 among 100: sum 380, 380 * 85 / 100 = 323 > 4 * 80 = 320: black.
+    QVector<QVector<int>> rows(16, QVector<int>(16, 100));
+    rows[5][5] = 80;
+    QImage dark = grayImage(rows);
+    QImage result = ImageUtil::getBWImageImproveOTSU(dark);
+    QCOMPARE(result.format(), QImage::Format_RGBA8888);
+    QVERIFY(onlyPureBlackAndWhite(result));
+    QCOMPARE(blackPoints(result), QVector<QPoint>{QPoint(5, 5)});
+
+    // At 81: 381 * 85 / 100 = 323 > 324 fails: white.
+    rows[5][5] = 81;
+    QImage light = grayImage(rows);
+    QVERIFY(blackPoints(ImageUtil::getBWImageImproveOTSU(light)).isEmpty());
+
+    // A black pixel lies only in the windows of itself and of the pixels up and left of it.
+    rows[5][5] = 0;
+    QImage hole = grayImage(rows);
+    QCOMPARE(blackPoints(ImageUtil::getBWImageImproveOTSU(hole)), QVector<QPoint>{QPoint(5, 5)});
+
+    // Fewer than 16 rows leave a half window of 0: nothing is black.
+    QImage shallow = filled(16, 15, BLACK);
+    paintRect(shallow, QRect(0, 0, 16, 7), WHITE);
+    QVERIFY(blackPoints(ImageUtil::getBWImageImproveOTSU(shallow)).isEmpty());
+}
+
+VELKOR_TEST_MAIN(TestImageUtil)
+#include "TestImageUtil.moc"
