@@ -121,13 +121,11 @@ QString FaxExporter::exportFax(const Fax& fax, const Options& options)
     if (tiff)
         return copyTiff(fax.filepath, target) ? target : QString();
 
-    QString source = fax.filepath;
-    const QList<QImage> pages = TiffUtil::tiffToImg(source);
-    if (pages.isEmpty()) {
+    if (TiffUtil::tiffPageToImg(fax.filepath, 0).isNull()) {
         LogUtil::w(QStringLiteral("automatic output: cannot read the fax %1").arg(fax.filepath));
         return QString();
     }
-    return FaxPdfWriter::writeFile(pages, target) ? target : QString();
+    return FaxPdfWriter::writeFax(fax.filepath, target) ? target : QString();
 }
 
 int FaxExporter::exportReceivedFaxes(const QList<Fax>& faxes)

@@ -8,36 +8,44 @@
 #include <QPdfWriter>
 #include <QSaveFile>
 
-bool FaxPdfWriter::write(const QList<QImage>& pages, QIODevice* device)
+bool FaxPdfWriter::write(int count, const PageSource& page, QIODevice* device)
 {
     QPdfWriter writer(device);
     writer.setPageSize(QPageSize(QPageSize::A4));
     QPainter painter;
     if (!painter.begin(&writer))
         return false;
-    for (int i = 0; i < pages.size(); ++i) {
+    for (int i = 0; i < count; ++i) {
+        const QImage image = page(i);
+        if (image.isNull())
+            break;
+        if (i > 0)
+            writer.newPage();
         // One bit a pixel keeps the document small; fax pages are black and white anyway.
-        const QImage page = pages[i].convertToFormat(QImage::Format_Mono, Qt::ThresholdDither);
+        const QImage mono = image.convertToFormat(QImage::Format_Mono, Qt::ThresholdDither);
         const QRect viewport = painter.viewport();
-        const qreal scale = page.width() > 0 ? qreal(viewport.right() - viewport.left() + 1) / page.width() : 1.0;
+        const qreal scale = mono.width() > 0 ? qreal(viewport.right() - viewport.left() + 1) / mono.width() : 1.0;
         painter.save();
         painter.scale(scale, scale);
-        painter.drawImage(0, 0, page);
+        painter.drawImage(0, 0, mono);
         painter.restore();
-        if (i + 1 < pages.size())
-            writer.newPage();
     }
     return painter.end();
 }
 
-bool FaxPdfWriter::writeFile(const QList<QImage>& pages, const QString& pdfPath)
+bool FaxPdfWriter::write(const QList<QImage>& pages, QIODevice* device)
+{
+    return write(pages.size(), [&pages](int i) { return pages.at(i); }, device);
+}
+
+bool FaxPdfWriter::writeFile(int count, const PageSource& page, const QString& pdfPath)
 {
     QSaveFile out(pdfPath);
     if (!out.open(QIODevice::WriteOnly)) {
         LogUtil::w(QStringLiteral("cannot write %1: %2").arg(pdfPath, out.errorString()));
         return false;
     }
-    if (!write(pages, &out) || !out.commit()) {
+    if (!write(count, page, &out) || !out.commit()) {
         LogUtil::w(QStringLiteral("cannot write %1: %2").arg(pdfPath, out.errorString()));
         out.cancelWriting();
         return false;
@@ -45,7 +53,13 @@ bool FaxPdfWriter::writeFile(const QList<QImage>& pages, const QString& pdfPath)
     return true;
 }
 
-bool FaxPdfWriter::writeFax(QString& tiffPath, const QString& pdfPath)
+bool FaxPdfWriter::writeFile(const QList<QImage>& pages, const QString& pdfPath)
 {
-    return writeFile(TiffUtil::tiffToImg(tiffPath), pdfPath);
+    return writeFile(pages.size(), [&pages](int i) { return pages.at(i); }, pdfPath);
+}
+
+bool FaxPdfWriter::writeFax(const QString& tiffPath, const QString& pdfPath)
+{
+    return writeFile(TiffUtil::getTiffPage(tiffPath),
+                     [&tiffPath](int i) { return TiffUtil::tiffPageToImg(tiffPath, i); }, pdfPath);
 }

@@ -199,6 +199,21 @@ QList<QImage> TiffUtil::tiffToImg(const QString& path)
     return readPages(path);
 }
 
+QImage TiffUtil::tiffPageToImg(const QString& path, int index)
+{
+    installErrorHandler();
+    if (index < 0 || index > 0xFFFF)
+        return QImage();
+    TIFF* tif = openForReading(path);
+    if (!tif)
+        return QImage();
+    QImage page;
+    if (TIFFSetDirectory(tif, tdir_t(index)))
+        page = readPage(tif);
+    TIFFClose(tif);
+    return page;
+}
+
 QList<QPixmap> TiffUtil::tiffToPixmap(const QString& path)
 {
     installErrorHandler();

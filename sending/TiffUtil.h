@@ -20,6 +20,10 @@ public:
     // One RGBA8888 image a page; pages of standard resolution (98 lines an inch) come back at
     // twice their height. Empty when the file does not open; a damaged page ends the list.
     static QList<QImage> tiffToImg(const QString& path);
+    // Page index (from 0) alone, as tiffToImg gives it; null when the file does not open, the
+    // page does not exist or is damaged. Readers of long faxes go page by page with it, so that
+    // they never hold every decoded page at once.
+    static QImage tiffPageToImg(const QString& path, int index);
     // As tiffToImg, as pixmaps.
     static QList<QPixmap> tiffToPixmap(const QString& path);
     // Writes the pages, each thresholded by Otsu, as 204 x 196 dpi fax pages. The file is

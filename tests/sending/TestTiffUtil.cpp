@@ -166,6 +166,12 @@ void TestTiffUtil::pagesSurviveRoundTrip()
         QCOMPARE(read[i].size(), QSize(1728, 2200));
         QVERIFY2(read[i] == pages[i], qPrintable(QStringLiteral("page %1 differs").arg(i + 1)));
     }
+    // Page by page gives the same pages, and nothing past the last or before the first.
+    for (int i = 0; i < 3; ++i)
+        QVERIFY2(TiffUtil::tiffPageToImg(file, i) == pages[i], qPrintable(QStringLiteral("page %1 alone differs").arg(i + 1)));
+    QVERIFY(TiffUtil::tiffPageToImg(file, 3).isNull());
+    QVERIFY(TiffUtil::tiffPageToImg(file, -1).isNull());
+    QVERIFY(TiffUtil::tiffPageToImg(path("missing.tif"), 0).isNull());
     const QList<QPixmap> pixmaps = TiffUtil::tiffToPixmap(file);
     QCOMPARE(pixmaps.size(), 3);
     QCOMPARE(pixmaps[2].toImage().convertToFormat(QImage::Format_RGBA8888), pages[2]);
