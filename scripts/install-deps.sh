@@ -10,6 +10,7 @@ PACKAGES=(
   libtiff-dev libpoppler-qt5-dev libssl-dev
   python3 fonts-noto-cjk xvfb xauth ccache
   clang-14 libclang-rt-14-dev
+  ghostscript time
 )
 
 missing=()

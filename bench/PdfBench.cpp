@@ -1,0 +1,117 @@
+// PDF to fax file through the editor's path: Poppler render, scaleToFaxSize, getBWImage,
+// writeImgToTiff.
+//   bench_pdf make <file.pdf> <pages>     a PDF of text pages with pictures
+//   bench_pdf convert <file.pdf> <out.tif> [--dpi N]
+//       the editor's page loop as it was: every page rendered, scaled and thresholded in turn
+//       on one thread, all pages kept, then one TIFF written.
+
+#include "BenchSupport.h"
+
+#include "ImageUtil.h"
+#include "PdfPageReader.h"
+#include "TiffUtil.h"
+
+#include <QLinearGradient>
+#include <QPainter>
+#include <QPdfWriter>
+
+#include <cstdio>
+
+using namespace BenchSupport;
+
+namespace {
+
+// A picture that changes with the page: gradient, circles and a frame.
+QImage pictureFor(int page)
+{
+    QImage picture(900, 600, QImage::Format_RGB32);
+    QPainter p(&picture);
+    QLinearGradient gradient(0, 0, 900, 600);
+    gradient.setColorAt(0, QColor::fromHsv((page * 37) % 360, 200, 230));
+    gradient.setColorAt(1, QColor::fromHsv((page * 37 + 120) % 360, 160, 90));
+    p.fillRect(picture.rect(), gradient);
+    p.setPen(QPen(Qt::black, 6));
+    for (int i = 0; i < 6; ++i)
+        p.drawEllipse(QPoint(120 + i * 130, 300 + ((i + page) % 3 - 1) * 90), 60 + 10 * i, 60 + 10 * i);
+    p.drawRect(picture.rect().adjusted(3, 3, -4, -4));
+    return picture;
+}
+
+int makePdf(const QString& path, int pages)
+{
+    QPdfWriter writer(path);
+    writer.setPageSize(QPageSize(QPageSize::A4));
+    writer.setResolution(300);
+    writer.setPageMargins(QMarginsF(20, 20, 20, 20), QPageLayout::Millimeter);
+    QPainter p(&writer);
+    const QRect area = writer.pageLayout().paintRectPixels(300);
+    QFont body(QStringLiteral("Serif"), 10);
+    QFont heading(QStringLiteral("Sans"), 16, QFont::Bold);
+    for (int page = 0; page < pages; ++page) {
+        if (page > 0)
+            writer.newPage();
+        p.setFont(heading);
+        p.drawText(QRect(0, 0, area.width(), 120), Qt::AlignLeft | Qt::AlignVCenter,
+                   QStringLiteral("Quarterly report, page %1 of %2").arg(page + 1).arg(pages));
+        p.drawImage(QRect(area.width() - 900, 150, 900, 600), pictureFor(page));
+        p.setFont(body);
+        const int lineHeight = 52;
+        for (int line = 0; line < 58; ++line) {
+            const int y = 160 + line * lineHeight;
+            const int width = y < 780 ? area.width() - 960 : area.width();
+            p.drawText(QRect(0, y, width, lineHeight), Qt::AlignLeft | Qt::AlignVCenter,
+                       QStringLiteral("%1.%2 The order of %3 units left the warehouse on day %4; invoice %5 "
+                                      "follows by post, payable within thirty days of receipt.")
+                           .arg(page + 1)
+                           .arg(line + 1)
+                           .arg((page * 131 + line * 17) % 997)
+                           .arg(line % 28 + 1)
+                           .arg(100000 + page * 100 + line));
+        }
+    }
+    return p.end() ? 0 : 1;
+}
+
+int convertSequential(const QString& pdf, const QString& tif, int dpi)
+{
+    const double start = now();
+    PdfPageReader reader;
+    if (!reader.open(pdf))
+        return 1;
+    QList<QImage> pages;
+    for (int i = 0; i < reader.pageCount(); ++i) {
+        const QImage rendered = reader.renderPage(i, dpi);
+        QImage onPage = ImageUtil::scaleToFaxSize(rendered, QStringLiteral("pdf"));
+        pages.append(ImageUtil::getBWImage(onPage));
+    }
+    if (!TiffUtil::writeImgToTiff(pages, tif))
+        return 1;
+    const double seconds = now() - start;
+    result({ QStringLiteral("pages=%1").arg(pages.size()), "seconds=" + num(seconds),
+             "pages_per_s=" + num(pages.size() / seconds, 1), "peak_mb=" + num(peakRssMb(), 0) });
+    return 0;
+}
+
+} // namespace
+
+namespace {
+
+int command(const QStringList& args)
+{
+    const QString command = args.value(0);
+    const int dpiAt = args.indexOf(QStringLiteral("--dpi"));
+    const int dpi = dpiAt > 0 ? args.value(dpiAt + 1).toInt() : 96;
+    if (command == QLatin1String("make") && args.size() >= 3)
+        return makePdf(args.at(1), args.at(2).toInt());
+    if (command == QLatin1String("convert") && args.size() >= 3)
+        return convertSequential(args.at(1), args.at(2), dpi);
+    std::fprintf(stderr, "usage: bench_pdf make <file.pdf> <pages> | convert <file.pdf> <out.tif> [--dpi N]\n");
+    return 2;
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    return benchMain(argc, argv, command);
+}

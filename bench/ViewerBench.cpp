@@ -1,0 +1,95 @@
+// The viewer on a long fax.
+//   bench_viewer make <file.tif> <pages>   a G3 fax file written by TiffUtil
+//   bench_viewer open <file.tif>           MyImageViewer opens it and shows page 1;
+//       then ten page turns forward, for the cost of a turn.
+
+#include "BenchSupport.h"
+
+#include "ImageUtil.h"
+#include "MyImageViewer.h"
+#include "TiffUtil.h"
+
+#include <QApplication>
+#include <QPainter>
+
+#include <cstdio>
+
+using namespace BenchSupport;
+
+namespace {
+
+// A typed letter page on the fax raster, black and white.
+QImage letterPage(int page)
+{
+    QImage image(ImageUtil::FAX_PAGE_WIDTH, ImageUtil::FAX_PAGE_HGIEHT, QImage::Format_RGBA8888);
+    image.fill(Qt::white);
+    QPainter p(&image);
+    p.setPen(Qt::black);
+    p.setFont(QFont(QStringLiteral("Sans"), 30, QFont::Bold));
+    p.drawText(100, 180, QStringLiteral("Delivery note %1").arg(page + 1));
+    p.setFont(QFont(QStringLiteral("Serif"), 14));
+    for (int line = 0; line < 70; ++line)
+        p.drawText(100, 300 + line * 27,
+                   QStringLiteral("Item %1: %2 pieces, batch %3, checked and packed for dispatch.")
+                       .arg(line + 1)
+                       .arg((page * 7 + line * 13) % 500)
+                       .arg(40000 + page * 70 + line));
+    p.end();
+    return image;
+}
+
+int makeFax(const QString& path, int pages)
+{
+    // Four different pages, repeated: the list shares their pixels.
+    QList<QImage> distinct;
+    for (int i = 0; i < 4; ++i)
+        distinct.append(letterPage(i));
+    QList<QImage> images;
+    for (int i = 0; i < pages; ++i)
+        images.append(distinct.at(i % distinct.size()));
+    return TiffUtil::writeImgToTiff(images, path) ? 0 : 1;
+}
+
+int openFax(QString path)
+{
+    MyImageViewer viewer;
+    viewer.resize(900, 1100);
+    viewer.show();
+    QApplication::processEvents();
+    const double start = now();
+    const int opened = viewer.openImageResource(path);
+    QApplication::processEvents();
+    const double openSeconds = now() - start;
+    if (opened != 0)
+        return 1;
+    const double turnStart = now();
+    int turns = 0;
+    for (; turns < 10 && viewer.next() == 0; ++turns)
+        QApplication::processEvents();
+    const double turnSeconds = turns > 0 ? (now() - turnStart) / turns : 0.0;
+    result({ QStringLiteral("pages=%1").arg(viewer.pageCount()), "open_s=" + num(openSeconds),
+             "turn_s=" + num(turnSeconds), "peak_mb=" + num(peakRssMb(), 0) });
+    return 0;
+}
+
+} // namespace
+
+namespace {
+
+int command(const QStringList& args)
+{
+    const QString command = args.value(0);
+    if (command == QLatin1String("make") && args.size() >= 3)
+        return makeFax(args.at(1), args.at(2).toInt());
+    if (command == QLatin1String("open") && args.size() >= 2)
+        return openFax(args.at(1));
+    std::fprintf(stderr, "usage: bench_viewer make <file.tif> <pages> | open <file.tif>\n");
+    return 2;
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    return benchMain(argc, argv, command);
+}
