@@ -26,8 +26,8 @@ NetworkSettingWidget::NetworkSettingWidget(QWidget* parent)
     setBusy(false);
     m_group->addButton(ui->radio_manual, 0);
     m_group->addButton(ui->radio_dhcp, 1);
-    connect(m_group, QOverload<int, bool>::of(&QButtonGroup::buttonToggled), this,
-            &NetworkSettingWidget::buttonGroupToggled);
+    // idToggled is the group's toggle by button id (the old int overload of buttonToggled).
+    connect(m_group, &QButtonGroup::idToggled, this, &NetworkSettingWidget::buttonGroupToggled);
     connect(ui->checkBox, &QCheckBox::toggled, this, [this](bool on) { m_verify = on; });
     connect(m_controller, &DeviceController::returnNetworkSetting, this, &NetworkSettingWidget::showNetworkSetting);
     connect(m_controller, &DeviceController::returnSettingResult, this, &NetworkSettingWidget::settingNetworkFeedback);

@@ -71,6 +71,7 @@ TimeZoneWidget::TimeZoneWidget(QWidget* parent)
     ui->setupUi(this);
     setBusy(false);
     addTimeZone();
+    ui->dateTimeEdit->setTimeSpec(Qt::UTC);
     ui->dateTimeEdit->setEnabled(!ui->check_auto_refresh->isChecked());
     m_timer.setInterval(1000);
     connect(&m_timer, &QTimer::timeout, this, &TimeZoneWidget::autoRefreshTime);
@@ -133,7 +134,9 @@ void TimeZoneWidget::showTimeSetting(QString& text)
                               .arg(value("HOUR"), 2, QLatin1Char('0'))
                               .arg(value("MINUTE"), 2, QLatin1Char('0'))
                               .arg(value("SECOND"), 2, QLatin1Char('0'));
-    m_clock = QDateTime::fromString(stamp, WIRE_FORMAT);
+    // The device's wall clock is kept without a zone, so that no local daylight saving moves it.
+    m_clock = QDateTime(QDate::fromString(stamp.left(10), QStringLiteral("yyyy-MM-dd")),
+                        QTime::fromString(stamp.mid(11), QStringLiteral("hh:mm:ss")), Qt::UTC);
     ui->dateTimeEdit->setDateTime(m_clock);
 
     // A pair no row holds leaves the combo empty and the kept texts as the device sent them.

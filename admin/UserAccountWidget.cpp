@@ -63,6 +63,7 @@ void UserAccountWidget::showUserList(QString& list)
         const QSignalBlocker blocker(ui->listWidget);
         ui->listWidget->clear();
         ui->listWidget->addItems(list.split(QLatin1Char(','), Qt::SkipEmptyParts));
+        ui->listWidget->setCurrentRow(-1); // so that row 0 below always fetches its account
     }
     if (ui->listWidget->count() > 0)
         ui->listWidget->setCurrentRow(0);
