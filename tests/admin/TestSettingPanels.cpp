@@ -1,4 +1,5 @@
 #include "AdminTestSim.h"
+#include "DeviceProtocol.h"
 #include "EmailSettingWidget.h"
 #include "MessageBoxUtil.h"
 #include "NetworkSettingWidget.h"
@@ -150,6 +151,20 @@ private slots:
         box = clickForBox(apply);
         QCOMPARE(box.kind, QStringLiteral("warning"));
         QCOMPARE(box.text, QStringLiteral("修改网咯参数设置失败"));
+
+        // A device that does not answer: a failed change, and a load that empties the panel.
+        DeviceProtocol::setTestTimeoutDivisor(30);
+        m_settings->device()->addFault(SimFault::make("NETWORK_SETTING", SimFault::Silent));
+        QCOMPARE(clickForBox(apply).kind, QStringLiteral("warning"));
+        m_settings->device()->addFault(SimFault::make("GET_NETWORK_SETTING", SimFault::Silent));
+        panel.setDevice(m_settingsDevice);
+        QVERIFY(idle(&panel));
+        m_settings->device()->clearFaults();
+        DeviceProtocol::setTestTimeoutDivisor(1);
+        QVERIFY(find<QLineEdit>(&panel, "edit_ipAddress")->text().isEmpty());
+        QVERIFY(find<QLineEdit>(&panel, "edit_macAddress")->text().isEmpty());
+        QCOMPARE(find<QLineEdit>(&panel, "edit_ipAddress3")->text(), QStringLiteral("0.0.0.0"));
+        QVERIFY(dhcp->isChecked());
     }
 
     void mailSendsItsFourFields()
@@ -209,6 +224,9 @@ private slots:
         autoRefresh->setChecked(true);
         panel.autoRefreshTime();
         QCOMPARE(edit->dateTime(), shown.addSecs(4));
+        // A finished edit stops the refresh, so that the typed time stands.
+        emit edit->editingFinished();
+        QVERIFY(!autoRefresh->isChecked());
 
         // Unchanged, apply sends the kept texts.
         autoRefresh->setChecked(false);
