@@ -1,0 +1,443 @@
+#include "SendBoxWidget.h"
+
+#include "ui_SendBoxWidget.h"
+
+#include "AddContactDialog.h"
+#include "Contact.h"
+#include "DatabaseManager.h"
+#include "DialogUtil.h"
+#include "FaxDistributeDialog.h"
+#include "FaxExporter.h"
+#include "FaxStatus.h"
+#include "FaxTable.h"
+#include "LogUtil.h"
+#include "SendFaxController.h"
+#include "TiffUtil.h"
+#include "TimeUtil.h"
+
+#include <QCursor>
+#include <QEvent>
+#include <QMenu>
+#include <QPainter>
+
+namespace {
+const QString HEADER_KEY = QStringLiteral("send_column_sort");
+constexpr int STATUS_INTERVAL_MS = 2000;
+constexpr int COLUMN_STATUS = 0;
+constexpr int COLUMN_TASK = 1;
+constexpr int COLUMN_PAGES = 5;
+constexpr int COLUMN_DIALS = 6;
+constexpr int COLUMN_TIME = 7;
+constexpr int COLUMN_REMARK = 8;
+constexpr int COLUMN_ISSUE = 9;
+
+// The report page and the box its thumbnail is fitted into.
+constexpr int REPORT_WIDTH = 1728;
+constexpr int REPORT_HEIGHT = 2254;
+constexpr int THUMB_HEIGHT = 1500;
+constexpr int THUMB_WIDTH = 1428;
+constexpr int THUMB_CENTRE_X = 863;
+constexpr int THUMB_CENTRE_Y = 1349;
+// A page taller than the box's own proportion is fitted by its height, any other by its width.
+constexpr float THUMB_RATIO = float(THUMB_HEIGHT) / float(THUMB_WIDTH);
+
+// The outbox names the states of a sent fax; a received fax's state has no word here.
+QString statusWord(int status)
+{
+    return status >= FaxStatus::SEND_FAX_FAILED && status <= FaxStatus::SEND_FAX_PLAN ? FaxStatus::statusText(status)
+                                                                                     : QString();
+}
+
+QString dialText(const Fax& fax)
+{
+    return SendBoxWidget::tr("%1次(%2次)").arg(fax.dialAlready).arg(fax.dialTotal);
+}
+}
+
+SendBoxWidget::SendBoxWidget(QWidget* parent)
+    : QWidget(parent)
+    , ui(new Ui::SendBoxWidget)
+    , m_statusTimer(this)
+{
+    ui->setupUi(this);
+    ui->splitter->setStretchFactor(0, 3);
+    ui->splitter->setStretchFactor(1, 2);
+    ui->splitter->setSizes({ 600, 400 });
+    FaxTable::setup(ui->tableWidget, headers(), QHeaderView::Interactive);
+    ui->tableWidget->verticalHeader()->setVisible(false);
+    reacquire();
+    FaxTable::restoreHeaderState(ui->tableWidget, HEADER_KEY);
+
+    m_controller = new SendFaxController(this);
+    connect(m_controller, &SendFaxController::saveTaskID, this, &SendBoxWidget::updateFaxTaksId);
+    connect(m_controller, &SendFaxController::updateFax, this, &SendBoxWidget::updateFaxInfo);
+    connect(m_controller, &SendFaxController::uploadFaxFailed, this, &SendBoxWidget::updateUploadFaxFailed);
+
+    // The controller drops a tick while its previous round still runs, so a slow device does
+    // not pile up rounds.
+    m_statusTimer.setObjectName(QStringLiteral("statusTimer"));
+    connect(&m_statusTimer, &QTimer::timeout, this, &SendBoxWidget::get_fax_status);
+    m_statusTimer.start(STATUS_INTERVAL_MS);
+}
+
+SendBoxWidget::~SendBoxWidget()
+{
+    m_statusTimer.stop();
+    FaxTable::saveHeaderState(ui->tableWidget, HEADER_KEY);
+    // The controller waits for an upload or round in progress before the form goes.
+    delete m_controller;
+    delete ui;
+}
+
+QStringList SendBoxWidget::headers() const
+{
+    return { tr("状态"), tr("任务编号"), tr("优先级"), tr("传真号码"), tr("发送到"), tr("已发页数"),
+             tr("拨号重试"), tr("发送时间"), tr("文字备注"), tr("失败原因"), tr("服务器") };
+}
+
+void SendBoxWidget::setDatas(int row, Fax& fax)
+{
+    FaxTable::setRow(ui->tableWidget, row,
+        { statusWord(fax.status), QString::number(fax.taskID), FaxStatus::priorityText(fax.priority), fax.cid,
+          fax.receiver, tr("已完成%1页(共%2页)").arg(fax.pageSended).arg(fax.pageTotal), dialText(fax), fax.time,
+          fax.remark, fax.issue, fax.serverID });
+}
+
+void SendBoxWidget::reacquire()
+{
+    ui->tableWidget->clearContents();
+    m_faxes = DatabaseManager().querySendFaxes();
+    ui->tableWidget->setRowCount(m_faxes.size());
+    for (int row = 0; row < m_faxes.size(); ++row)
+        setDatas(row, m_faxes[row]);
+}
+
+void SendBoxWidget::insertFaxToList(QList<Fax> faxes)
+{
+    for (Fax& fax : faxes) {
+        ui->tableWidget->insertRow(0);
+        m_faxes.prepend(fax);
+        setDatas(0, fax);
+        emit m_controller->sendFax(fax);
+    }
+}
+
+void SendBoxWidget::addFax(Fax& fax)
+{
+    fax.isDelete = 0;
+    ui->tableWidget->insertRow(0);
+    setDatas(0, fax);
+    m_faxes.prepend(fax);
+}
+
+void SendBoxWidget::clearSelectItems()
+{
+    QString none;
+    ui->imageViewer->openImageResource(none);
+    ui->tableWidget->setCurrentItem(nullptr);
+}
+
+int SendBoxWidget::currentFaxRow() const
+{
+    const int row = ui->tableWidget->currentRow();
+    return row >= 0 && row < m_faxes.size() ? row : -1;
+}
+
+Fax SendBoxWidget::getSelectItemPath()
+{
+    return m_faxes.value(ui->tableWidget->currentRow());
+}
+
+void SendBoxWidget::get_fax_status()
+{
+    emit m_controller->getFaxStatus2();
+}
+
+void SendBoxWidget::updateFaxTaksId(Fax& fax)
+{
+    const int row = m_faxes.indexOf(fax);
+    if (row < 0)
+        return;
+    m_faxes[row].taskID = fax.taskID;
+    ui->tableWidget->setItem(row, COLUMN_TASK, new QTableWidgetItem(QString::number(fax.taskID)));
+}
+
+void SendBoxWidget::updateUploadFaxFailed(Fax& fax)
+{
+    const int row = m_faxes.indexOf(fax);
+    if (row < 0)
+        return;
+    m_faxes[row].status = FaxStatus::SEND_FAX_UNSEND;
+    ui->tableWidget->setItem(row, COLUMN_STATUS, new QTableWidgetItem(statusWord(FaxStatus::SEND_FAX_UNSEND)));
+}
+
+// One fax of a status round: the device's record, already in FAXES, shown in its row.
+void SendBoxWidget::updateFaxInfo(Fax& fax)
+{
+    const int row = m_faxes.indexOf(fax);
+    if (row < 0)
+        return;
+    Fax& shown = m_faxes[row];
+    const bool justSent = fax.status == FaxStatus::SEND_FAX_SUCCESS && shown.status != FaxStatus::SEND_FAX_SUCCESS;
+    shown.status = fax.status;
+    shown.pageTotal = fax.pageTotal;
+    shown.pageSended = fax.pageSended;
+    shown.pagePercent = fax.pagePercent;
+    shown.dialTotal = fax.dialTotal;
+    shown.dialAlready = fax.dialAlready;
+    shown.sendState = fax.sendState;
+    shown.trainingValue = fax.trainingValue;
+    shown.duration = fax.duration;
+    shown.time = fax.time;
+    shown.issue = fax.issue;
+
+    QTableWidget* table = ui->tableWidget;
+    table->setItem(row, COLUMN_STATUS, new QTableWidgetItem(statusWord(shown.status)));
+    table->setItem(row, COLUMN_PAGES,
+        new QTableWidgetItem(FaxStatus::progressText(
+            shown.sendState, shown.pageSended, shown.pagePercent, shown.pageTotal, shown.trainingValue)));
+    table->setItem(row, COLUMN_DIALS, new QTableWidgetItem(dialText(shown)));
+    table->setItem(row, COLUMN_TIME, new QTableWidgetItem(shown.time));
+    table->setItem(row, COLUMN_ISSUE, new QTableWidgetItem(shown.issue));
+
+    // A fax reports success once: the round that sees it drops it from the polled set.
+    if (justSent)
+        FaxExporter::exportSentFax(shown);
+}
+
+void SendBoxWidget::on_tableWidget_clicked(const QModelIndex& index)
+{
+    if (index.row() < 0 || index.row() >= m_faxes.size())
+        return;
+    QString path = m_faxes.at(index.row()).filepath;
+    ui->imageViewer->openImageResource(path);
+}
+
+void SendBoxWidget::on_tableWidget_doubleClicked(const QModelIndex& index)
+{
+    if (index.row() < 0 || index.row() >= m_faxes.size())
+        return;
+    Fax fax = m_faxes.at(index.row());
+    emit showFaxDetailWindow(fax);
+}
+
+void SendBoxWidget::on_tableWidget_customContextMenuRequested(const QPoint& pos)
+{
+    const QModelIndex index = ui->tableWidget->indexAt(pos);
+    if (!index.isValid() || index.row() >= m_faxes.size())
+        return;
+    const int status = m_faxes.at(index.row()).status;
+    delete m_menu; // only the last menu is kept
+    m_menu = new QMenu(this);
+    m_menu->setObjectName(QStringLiteral("menu_right"));
+    m_menu->setAttribute(Qt::WA_DeleteOnClose);
+    m_menu->addAction(tr("转发"), this, &SendBoxWidget::actionForward);
+    m_menu->addAction(tr("重试"), this, &SendBoxWidget::actionRetry);
+    m_menu->addAction(tr("删除"), this, &SendBoxWidget::actionDelete);
+    m_menu->addAction(tr("添加备注"), this, &SendBoxWidget::actionRemark);
+    m_menu->addAction(tr("内部分发"), this, &SendBoxWidget::actionDistribute);
+    QAction* stop = m_menu->addAction(tr("取消发送"), this, &SendBoxWidget::actionStopSend);
+    stop->setEnabled(status == FaxStatus::SEND_FAX_WAITTING || status == FaxStatus::SEND_FAX_SENDING);
+    QAction* upload = m_menu->addAction(tr("开始上传"), this, &SendBoxWidget::actionReUpload);
+    upload->setEnabled(status == FaxStatus::SEND_FAX_UNSEND);
+    m_menu->addAction(tr("保存为联系人"), this, &SendBoxWidget::actionAddContact);
+    m_menu->addAction(tr("传真发送报告"), this, &SendBoxWidget::actionTransReport);
+    m_menu->popup(QCursor::pos());
+}
+
+void SendBoxWidget::actionForward()
+{
+    const int row = currentFaxRow();
+    if (row < 0)
+        return;
+    Fax fax = m_faxes.at(row);
+    emit forward(fax);
+}
+
+void SendBoxWidget::deviceCommand(bool retry)
+{
+    const int row = currentFaxRow();
+    if (row < 0)
+        return;
+    const Fax& fax = m_faxes.at(row);
+    QString serverID = fax.serverID;
+    Device device = DatabaseManager().queryDevice(serverID);
+    QString taskID = QString::number(fax.taskID);
+    LogUtil::d(QStringLiteral("serverId:%1 , taskID:%2").arg(serverID, taskID));
+    // The new state arrives with a later status round.
+    if (retry)
+        emit m_controller->sendFaxRetry(device, taskID);
+    else
+        emit m_controller->sendFaxPause(device, taskID);
+}
+
+void SendBoxWidget::actionRetry()
+{
+    deviceCommand(true);
+}
+
+void SendBoxWidget::actionStopSend()
+{
+    deviceCommand(false);
+}
+
+// Only a job whose upload failed is uploaded again; there is no automatic retry of an upload.
+void SendBoxWidget::actionReUpload()
+{
+    const int row = currentFaxRow();
+    if (row < 0 || m_faxes.at(row).status != FaxStatus::SEND_FAX_UNSEND)
+        return;
+    Fax fax = m_faxes.at(row);
+    emit m_controller->sendFax(fax);
+}
+
+// Rows go highest first, so that a removal shifts no row still to come. The files stay: a
+// deleted fax can be restored.
+void SendBoxWidget::actionDelete()
+{
+    QList<Fax> deleted;
+    const QList<int> rows = FaxTable::selectedRowsDescending(ui->tableWidget);
+    for (int row : rows) {
+        LogUtil::d(QStringLiteral("row:%1").arg(row));
+        if (row >= m_faxes.size())
+            continue;
+        deleted.prepend(m_faxes.takeAt(row));
+        ui->tableWidget->removeRow(row);
+    }
+    if (deleted.isEmpty())
+        return;
+    QString none;
+    ui->imageViewer->openImageResource(none);
+    DatabaseManager().deleteFaxList(deleted);
+    emit deleteFax(deleted);
+}
+
+void SendBoxWidget::actionRemark()
+{
+    const int row = currentFaxRow();
+    if (row < 0)
+        return;
+    bool ok = false;
+    const QString text = DialogUtil::getText(this, tr("添加备注"), QString(), QLineEdit::Normal,
+                                             m_faxes.at(row).remark, &ok);
+    if (!ok)
+        return;
+    Fax& fax = m_faxes[row];
+    fax.remark = text;
+    ui->tableWidget->setItem(row, COLUMN_REMARK, new QTableWidgetItem(text));
+    DatabaseManager().updateFaxRemark(fax);
+}
+
+void SendBoxWidget::actionDistribute()
+{
+    const int row = currentFaxRow();
+    if (row < 0)
+        return;
+    const Fax& fax = m_faxes.at(row);
+    QString serverID = fax.serverID;
+    Device device = DatabaseManager().queryDevice(serverID);
+    QString taskID = QString::number(fax.taskID);
+    auto* dialog = new FaxDistributeDialog(device, taskID, this);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->show();
+}
+
+void SendBoxWidget::actionAddContact()
+{
+    const int row = currentFaxRow();
+    if (row < 0)
+        return;
+    Contact contact;
+    contact.id = 0;
+    contact.businessFax = m_faxes.at(row).cid;
+    if (m_addContactDialog)
+        m_addContactDialog->close();
+    m_addContactDialog = new AddContactDialog(contact, this);
+    m_addContactDialog->setAttribute(Qt::WA_DeleteOnClose);
+    m_addContactDialog->show();
+}
+
+void SendBoxWidget::actionTransReport()
+{
+    const int row = currentFaxRow();
+    if (row < 0)
+        return;
+    QImage report = makeTransReport(m_faxes.at(row));
+    emit showTransReport(report);
+}
+
+QList<QPair<QString, QString>> SendBoxWidget::transReportRows(const Fax& fax)
+{
+    return {
+        { tr("报告时间:"), TimeUtil::getNow() },
+        { tr("PID:"), QStringLiteral("Velkor[") + fax.serverID + QLatin1Char(']') },
+        { tr("TID:"), QString::number(fax.taskID) },
+        { tr("发送时间:"), fax.time },
+        { tr("收件人:"), fax.receiver },
+        { tr("传真号码:"), fax.cid },
+        // The device's record gives the seconds the line was held; 0 until it has.
+        { tr("耗时:"), tr("%1秒").arg(fax.duration) },
+        { tr("发送页数:"), tr("%1(共%2页)").arg(fax.pageSended).arg(fax.pageTotal) },
+        { tr("结果:"), fax.status == FaxStatus::SEND_FAX_SUCCESS ? tr("成功") : fax.issue },
+    };
+}
+
+QImage SendBoxWidget::makeTransReport(const Fax& fax)
+{
+    QImage image(REPORT_WIDTH, REPORT_HEIGHT, QImage::Format_RGBA8888);
+    image.fill(Qt::white);
+    QPainter painter(&image);
+    painter.setPen(Qt::black);
+
+    QFont font;
+    font.setPixelSize(48);
+    painter.setFont(font);
+    const QString title = tr("传真发送报告");
+    painter.drawText((REPORT_WIDTH - painter.fontMetrics().horizontalAdvance(title)) / 2, 90, title);
+
+    font.setPixelSize(32);
+    painter.setFont(font);
+    int y = 180;
+    for (const auto& row : transReportRows(fax)) {
+        painter.drawText(145, y, row.first);
+        painter.drawText(450, y, row.second);
+        y += 50;
+    }
+
+    const QList<QImage> pages = TiffUtil::tiffToImg(fax.filepath);
+    if (pages.isEmpty() || pages.first().isNull())
+        return image;
+    const QImage& first = pages.first();
+    const int w = first.width();
+    const int h = first.height();
+    int newWidth = THUMB_WIDTH;
+    int newHeight = int(double(THUMB_WIDTH) / w * h);
+    if (float(h) / float(w) > THUMB_RATIO) {
+        newHeight = THUMB_HEIGHT;
+        newWidth = int(double(THUMB_HEIGHT) / h * w);
+    }
+    const QImage thumb = first.scaled(newWidth, newHeight, Qt::IgnoreAspectRatio, Qt::FastTransformation);
+    const QRect r = thumb.rect();
+    const int dx = r.right() - r.left();
+    const int dy = r.bottom() - r.top();
+    const int x0 = THUMB_CENTRE_X - dx / 2;
+    const int y0 = THUMB_CENTRE_Y - dy / 2;
+    painter.drawImage(x0, y0, thumb);
+    painter.drawLine(x0, y0, x0 + dx, y0);
+    painter.drawLine(x0, y0, x0, y0 + dy);
+    painter.drawLine(x0, y0 + dy, x0 + dx, y0 + dy);
+    painter.drawLine(x0 + dx, y0, x0 + dx, y0 + dy);
+    return image;
+}
+
+void SendBoxWidget::changeEvent(QEvent* event)
+{
+    if (event->type() == QEvent::LanguageChange) {
+        ui->retranslateUi(this);
+        ui->tableWidget->setHorizontalHeaderLabels(headers());
+        // Words and counts follow the language too; live progress returns with the next round.
+        for (int row = 0; row < m_faxes.size(); ++row)
+            setDatas(row, m_faxes[row]);
+    }
+    QWidget::changeEvent(event);
+}
