@@ -28,16 +28,14 @@ QSqlDatabase ConnectionPool::openConnection(const QString& name)
         return db;
     }
 
-    if (QCoreApplication* app = QCoreApplication::instance()) {
-        // The thread takes its connection with it; a later thread at the same address must not
-        // find a connection that belongs to a dead one. The removal runs on the application's thread.
-        QObject::connect(QThread::currentThread(), &QThread::finished, app, [connectionName]() {
-            if (QSqlDatabase::contains(connectionName)) {
-                QSqlDatabase::removeDatabase(connectionName);
-                LogUtil::d(QStringLiteral("Connection deleted: %1").arg(connectionName));
-            }
-        });
-    }
+    // The thread takes its connection with it, removed on that very thread as it finishes, so
+    // that a later thread starting at the same address never finds a connection of a dead one.
+    QObject::connect(QThread::currentThread(), &QThread::finished, [connectionName]() {
+        if (QSqlDatabase::contains(connectionName)) {
+            QSqlDatabase::removeDatabase(connectionName);
+            LogUtil::d(QStringLiteral("Connection deleted: %1").arg(connectionName));
+        }
+    });
     return createConnection(connectionName);
 }
 
