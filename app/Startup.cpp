@@ -4,7 +4,7 @@
 #include "DatabaseManager.h"
 #include "LoginWindow.h"
 #include "MGlobal.h"
-#include "PlaceholderMainWindow.h"
+#include "MainWindow.h"
 #include "SessionWindows.h"
 
 namespace Startup {
@@ -12,7 +12,7 @@ namespace Startup {
 void installWindowFactories()
 {
     SessionWindows::setLoginWindowFactory([]() -> QWidget* { return new LoginWindow; });
-    SessionWindows::setMainWindowFactory([]() -> QWidget* { return new PlaceholderMainWindow; });
+    SessionWindows::setMainWindowFactory([]() -> QWidget* { return new MainWindow; });
 }
 
 QWidget* openFirstWindow()

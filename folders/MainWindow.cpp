@@ -1,0 +1,482 @@
+#include "MainWindow.h"
+#include "ui_MainWindow.h"
+
+#include "AutoOutputDialog.h"
+#include "BindDeviceDialog.h"
+#include "ContactWindow.h"
+#include "DatabaseManager.h"
+#include "DeleteBoxWidget.h"
+#include "DestopTip.h"
+#include "DeviceListWindow.h"
+#include "DialogUtil.h"
+#include "FaxDetailWindow.h"
+#include "FaxPdfWriter.h"
+#include "LogUtil.h"
+#include "MessageBoxUtil.h"
+#include "MyUDPTask.h"
+#include "ReceiveBoxWidget.h"
+#include "SelectLanguageDialog.h"
+#include "SendBoxWidget.h"
+#include "SessionWindows.h"
+#include "SettingDialog.h"
+#include "SignatureLibDialog.h"
+#include "TiffUtil.h"
+
+#include <QCoreApplication>
+#include <QEvent>
+#include <QFileInfo>
+#include <QLabel>
+#include <QPainter>
+#include <QPrintDialog>
+#include <QPrinter>
+#include <QStandardPaths>
+#include <QStyle>
+
+namespace {
+
+// Opens a top-level window of the session that frees itself when closed.
+template <typename W>
+W* openOwnWindow(W* window)
+{
+    window->setAttribute(Qt::WA_DeleteOnClose);
+    window->show();
+    return window;
+}
+
+} // namespace
+
+MainWindow::MainWindow(QWidget* parent)
+    : QMainWindow(parent), ui(new Ui::MainWindow), m_receiveBox(new ReceiveBoxWidget),
+      m_sendBox(new SendBoxWidget), m_deleteBox(new DeleteBoxWidget)
+{
+    ui->setupUi(this);
+    setAttribute(Qt::WA_DeleteOnClose);
+    setWindowIcon(QIcon(QStringLiteral(":/icon/icons/velkor.png")));
+
+    // Page 0 the inbox, 1 the outbox, 2 the deleted items: the order of the tree's items.
+    ui->stackedWidget->addWidget(m_receiveBox);
+    ui->stackedWidget->addWidget(m_sendBox);
+    ui->stackedWidget->addWidget(m_deleteBox);
+    ui->splitter->setStretchFactor(0, 0);
+    ui->splitter->setStretchFactor(1, 1);
+    ui->splitter->setSizes({180, 1000});
+
+    connect(m_receiveBox, &ReceiveBoxWidget::statusShowProgress, this, &MainWindow::showProgress);
+    connect(m_receiveBox, &ReceiveBoxWidget::reply, this, &MainWindow::reply);
+    connect(m_receiveBox, &ReceiveBoxWidget::forward, this, &MainWindow::forward);
+    connect(m_sendBox, &SendBoxWidget::forward, this, &MainWindow::forward);
+    connect(m_receiveBox, &ReceiveBoxWidget::deleteFax, this, &MainWindow::deleteFax);
+    connect(m_sendBox, &SendBoxWidget::deleteFax, this, &MainWindow::deleteFax);
+    connect(m_receiveBox, &ReceiveBoxWidget::showReceiveFaxTips, this, &MainWindow::show_tips);
+    connect(m_receiveBox, &ReceiveBoxWidget::showFaxDetailWindow, this, &MainWindow::showFaxDetailWindow);
+    connect(m_sendBox, &SendBoxWidget::showFaxDetailWindow, this, &MainWindow::showFaxDetailWindow);
+    connect(m_deleteBox, &DeleteBoxWidget::showFaxDetailWindow, this, &MainWindow::showFaxDetailWindow);
+    connect(m_sendBox, &SendBoxWidget::showTransReport, this, &MainWindow::showReportWindow);
+    connect(m_deleteBox, &DeleteBoxWidget::restoreFax, this, &MainWindow::restoreFax);
+
+    connectActions();
+    setActionIcons();
+
+    m_firstLabel = new QLabel;
+    m_progressLabel = new QLabel;
+    m_thirdLabel = new QLabel;
+    m_firstLabel->setObjectName(QStringLiteral("label_status_first"));
+    m_progressLabel->setObjectName(QStringLiteral("label_status_progress"));
+    m_thirdLabel->setObjectName(QStringLiteral("label_status_third"));
+    m_firstLabel->setStyleSheet(QStringLiteral("QLabel{background-color:rgb(200,101,102);}"));
+    m_progressLabel->setStyleSheet(QStringLiteral("QLabel{background-color:rgb(191,192,234);}"));
+    m_thirdLabel->setStyleSheet(QStringLiteral("QLabel{background-color:rgb(36,211,89);}"));
+    ui->statusbar->addPermanentWidget(m_firstLabel, 2);
+    ui->statusbar->addPermanentWidget(m_progressLabel, 1);
+    ui->statusbar->addPermanentWidget(m_thirdLabel, 1);
+
+    ui->treeWidget->setCurrentItem(ui->treeWidget->topLevelItem(PAGE_INBOX));
+    showPage(PAGE_INBOX);
+
+    // Keeps the LAN addresses of the bound devices current while the window lives.
+    m_udpTask = new MyUDPTask;
+    m_udpTask->start(QThread::InheritPriority);
+}
+
+MainWindow::~MainWindow()
+{
+    stopDiscovery();
+    delete ui;
+}
+
+void MainWindow::stopDiscovery()
+{
+    if (!m_udpTask)
+        return;
+    m_udpTask->stop();
+    delete m_udpTask;
+    m_udpTask = nullptr;
+}
+
+void MainWindow::connectActions()
+{
+    connect(ui->actionAddDevice, &QAction::triggered, this, &MainWindow::addDevice);
+    connect(ui->action_switch_user, &QAction::triggered, this, &MainWindow::switchUser);
+    connect(ui->action_exit, &QAction::triggered, this, &MainWindow::quitApp);
+    connect(ui->action_choose_file_fax, &QAction::triggered, this, &MainWindow::choose_file_send);
+    connect(ui->action_from_file, &QAction::triggered, this, &MainWindow::choose_file_send);
+    connect(ui->action_reply, &QAction::triggered, this, &MainWindow::getSelectItemReply);
+    connect(ui->action_forward, &QAction::triggered, this, &MainWindow::getSelectItemForward);
+    connect(ui->action_delete, &QAction::triggered, this, &MainWindow::getSelectItemDelete);
+    connect(ui->action_language, &QAction::triggered, this, &MainWindow::showLanguageDialog);
+    connect(ui->action_print, &QAction::triggered, this, &MainWindow::actionPrint);
+    connect(ui->action_my_device, &QAction::triggered, this, &MainWindow::showMyDevices);
+    connect(ui->action_save_as, &QAction::triggered, this, &MainWindow::saveAsFile);
+    connect(ui->action_server_infomation, &QAction::triggered, this, &MainWindow::showServerInformation);
+    connect(ui->action_about, &QAction::triggered, this, &MainWindow::showAboutVelkorDialog);
+    connect(ui->action_contact, &QAction::triggered, this, &MainWindow::showContactWindow);
+    connect(ui->action_auto_ouput, &QAction::triggered, this, &MainWindow::showAutoOutputDialog);
+    connect(ui->action_signature_library, &QAction::triggered, this, &MainWindow::showSignatureLibDialog);
+    connect(ui->action_setting, &QAction::triggered, this, &MainWindow::showSettingDialog);
+}
+
+void MainWindow::setActionIcons()
+{
+    QStyle* s = style();
+    ui->action_choose_file_fax->setIcon(s->standardIcon(QStyle::SP_FileDialogNewFolder));
+    ui->action_from_file->setIcon(s->standardIcon(QStyle::SP_DialogOpenButton));
+    ui->action_reply->setIcon(s->standardIcon(QStyle::SP_ArrowBack));
+    ui->action_forward->setIcon(s->standardIcon(QStyle::SP_ArrowForward));
+    ui->action_delete->setIcon(s->standardIcon(QStyle::SP_TrashIcon));
+    ui->action_print->setIcon(QIcon::fromTheme(QStringLiteral("document-print"),
+                                               s->standardIcon(QStyle::SP_FileDialogContentsView)));
+    ui->action_save_as->setIcon(s->standardIcon(QStyle::SP_DialogSaveButton));
+    ui->action_contact->setIcon(s->standardIcon(QStyle::SP_FileDialogDetailedView));
+    ui->action_my_device->setIcon(QIcon(QStringLiteral(":/icon/icons/ic_device.png")));
+    ui->actionAddDevice->setIcon(s->standardIcon(QStyle::SP_DriveNetIcon));
+    ui->action_exit->setIcon(s->standardIcon(QStyle::SP_DialogCloseButton));
+    const QIcon inbox = s->standardIcon(QStyle::SP_DirOpenIcon);
+    ui->treeWidget->topLevelItem(PAGE_INBOX)->setIcon(0, inbox);
+    ui->treeWidget->topLevelItem(PAGE_OUTBOX)->setIcon(0, s->standardIcon(QStyle::SP_DirIcon));
+    ui->treeWidget->topLevelItem(PAGE_DELETED)->setIcon(0, s->standardIcon(QStyle::SP_TrashIcon));
+}
+
+void MainWindow::showPage(int index)
+{
+    ui->stackedWidget->setCurrentIndex(index);
+}
+
+void MainWindow::on_treeWidget_itemClicked(QTreeWidgetItem* item, int)
+{
+    clearSelectionItems();
+    const int index = ui->treeWidget->indexOfTopLevelItem(item);
+    if (index >= 0)
+        showPage(index);
+}
+
+void MainWindow::clearSelectionItems()
+{
+    m_receiveBox->clearSelectItems();
+    m_sendBox->clearSelectItems();
+}
+
+void MainWindow::addDevice()
+{
+    auto* dialog = new BindDeviceDialog(this);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    // A device fetches its waiting faxes as soon as it is bound.
+    connect(dialog, &BindDeviceDialog::connectDeviceSuccess, this, &MainWindow::downloadFaxInfo);
+    dialog->show();
+}
+
+void MainWindow::downloadFaxInfo(Device& device)
+{
+    m_receiveBox->downloadFaxInfo(device);
+}
+
+void MainWindow::showMyDevices()
+{
+    auto* window = new DeviceListWindow(this);
+    window->setWindowFlag(Qt::Window);
+    connect(window, &DeviceListWindow::deleteDeviceSuccess, this, &MainWindow::reacquire);
+    connect(window, &DeviceListWindow::reconnectDeviceSuccess, this, [this](Device&) { reacquire(); });
+    openOwnWindow(window);
+}
+
+void MainWindow::reacquire()
+{
+    m_receiveBox->reacquire();
+    m_sendBox->reacquire();
+}
+
+void MainWindow::switch_sendbox(QList<Fax> faxes)
+{
+    ui->treeWidget->setCurrentItem(ui->treeWidget->topLevelItem(PAGE_OUTBOX));
+    showPage(PAGE_OUTBOX);
+    m_sendBox->insertFaxToList(faxes);
+}
+
+void MainWindow::choose_file_send()
+{
+    const QStringList files =
+        DialogUtil::getOpenFileNames(this, tr("打开"), QStandardPaths::writableLocation(QStandardPaths::HomeLocation),
+                                     QStringLiteral("Image Files (*.png *.jpg *.bmp *.tif *.pdf)"));
+    if (files.isEmpty())
+        return;
+    Fax fax;
+    fax.editorMode = FaxDetailWindow::MODE_REPLY; // a new fax is composed like a reply
+    auto* window = new FaxDetailWindow(fax);
+    connect(window, &FaxDetailWindow::intent_to_sendbox, this, &MainWindow::switch_sendbox);
+    window->open_picture_file(files);
+    window->show();
+}
+
+void MainWindow::openEditor(Fax fax, int mode)
+{
+    fax.editorMode = mode;
+    auto* window = new FaxDetailWindow(fax);
+    connect(window, &FaxDetailWindow::intent_to_sendbox, this, &MainWindow::switch_sendbox);
+    window->show();
+}
+
+void MainWindow::reply(Fax& fax)
+{
+    openEditor(fax, FaxDetailWindow::MODE_REPLY);
+}
+
+void MainWindow::forward(Fax& fax)
+{
+    openEditor(fax, FaxDetailWindow::MODE_FORWARD);
+}
+
+void MainWindow::showFaxDetailWindow(Fax& fax)
+{
+    openEditor(fax, FaxDetailWindow::MODE_VIEW);
+}
+
+void MainWindow::showReportWindow(QImage& image)
+{
+    Fax fax;
+    fax.editorMode = FaxDetailWindow::MODE_REPORT;
+    auto* window = new FaxDetailWindow(fax);
+    window->showReportImage(image);
+    window->show();
+}
+
+void MainWindow::getSelectItemReply()
+{
+    if (ui->stackedWidget->currentIndex() == PAGE_INBOX)
+        m_receiveBox->actionReply();
+}
+
+void MainWindow::getSelectItemForward()
+{
+    switch (ui->stackedWidget->currentIndex()) {
+    case PAGE_INBOX:
+        m_receiveBox->actionForward();
+        break;
+    case PAGE_OUTBOX:
+        m_sendBox->actionForward();
+        break;
+    default:
+        break;
+    }
+}
+
+void MainWindow::getSelectItemDelete()
+{
+    switch (ui->stackedWidget->currentIndex()) {
+    case PAGE_INBOX:
+        m_receiveBox->actionDelete();
+        break;
+    case PAGE_OUTBOX:
+        m_sendBox->actionDelete();
+        break;
+    case PAGE_DELETED:
+        m_deleteBox->deletePermanently();
+        break;
+    default:
+        break;
+    }
+}
+
+void MainWindow::deleteFax(QList<Fax>& faxes)
+{
+    m_deleteBox->addFax(faxes);
+}
+
+void MainWindow::restoreFax(Fax& fax)
+{
+    if (fax.tag != 0)
+        m_sendBox->addFax(fax);
+    else
+        m_receiveBox->addFax(fax);
+}
+
+void MainWindow::show_tips(QString& text)
+{
+    // The notice frees itself when it closes; the pointer only follows the last one.
+    m_tip = new DestopTip;
+    m_tip->showTip(text);
+    m_tip->show();
+}
+
+void MainWindow::showProgress(QString text)
+{
+    m_progressLabel->setText(text);
+}
+
+Fax MainWindow::selectedFax() const
+{
+    switch (ui->stackedWidget->currentIndex()) {
+    case PAGE_INBOX:
+        return m_receiveBox->getSelectItemPath();
+    case PAGE_OUTBOX:
+        return m_sendBox->getSelectItemPath();
+    case PAGE_DELETED:
+        return m_deleteBox->getSelectItemPath();
+    default:
+        return Fax();
+    }
+}
+
+void MainWindow::actionPrint()
+{
+    Fax fax = selectedFax();
+    printMethod(fax);
+}
+
+void MainWindow::printMethod(Fax& fax)
+{
+    QPrinter printer(QPrinter::HighResolution);
+    printer.setPageSize(QPageSize(QPageSize::A4));
+    QPrintDialog dialog(&printer, this);
+    dialog.setWindowTitle(QStringLiteral("Print Document"));
+    if (dialog.exec() != QDialog::Accepted)
+        return;
+    printPages(fax.filepath, &printer);
+}
+
+QPair<int, int> MainWindow::printFactors(const QRect& paper, const QSize& pixmapSize)
+{
+    const int paperWidth = paper.right() - paper.left() + 1;
+    const int paperHeight = paper.bottom() - paper.top() + 1;
+    const int x = pixmapSize.width() > 0 ? paperWidth / pixmapSize.width() : 0;
+    const int y = pixmapSize.height() > 0 ? paperHeight / pixmapSize.height() : 0;
+    return {x, y};
+}
+
+bool MainWindow::printPages(const QString& tiffPath, QPrinter* printer)
+{
+    QPainter painter;
+    if (!painter.begin(printer))
+        return false;
+    const QRect paper = printer->paperRect(QPrinter::DevicePixel).toRect();
+    // Page by page, so a long fax never stands decoded all at once.
+    const int count = TiffUtil::getTiffPage(tiffPath);
+    for (int i = 0; i < count; ++i) {
+        const QImage image = TiffUtil::tiffPageToImg(tiffPath, i);
+        if (image.isNull())
+            break;
+        if (i > 0)
+            printer->newPage();
+        const QPixmap pixmap = QPixmap::fromImage(image);
+        const QPair<int, int> factors = printFactors(paper, pixmap.size());
+        painter.save();
+        painter.scale(factors.first, factors.second);
+        painter.drawPixmap(0, 0, pixmap);
+        painter.restore();
+    }
+    return painter.end();
+}
+
+QString MainWindow::pdfFileName(const QString& chosen)
+{
+    if (QFileInfo(chosen).suffix().isEmpty())
+        return chosen + QStringLiteral(".pdf");
+    return chosen;
+}
+
+void MainWindow::saveAsFile()
+{
+    Fax fax = selectedFax();
+    savePdf(fax);
+}
+
+void MainWindow::savePdf(Fax& fax)
+{
+    const QString chosen = DialogUtil::getSaveFileName(this, QStringLiteral("Open File"), QString(), QStringLiteral("(*.pdf)"));
+    if (chosen.isEmpty())
+        return;
+    const QString target = pdfFileName(chosen);
+    if (!FaxPdfWriter::writeFax(fax.filepath, target))
+        MessageBoxUtil::warningMsg(this, tr("Velkor 消息"), tr("无法写入文件 %1").arg(target));
+}
+
+void MainWindow::showLanguageDialog()
+{
+    auto* dialog = new SelectLanguageDialog(this);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->open();
+}
+
+void MainWindow::showSettingDialog()
+{
+    auto* dialog = new SettingDialog(this);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->open();
+}
+
+void MainWindow::showContactWindow()
+{
+    auto* window = new ContactWindow(this);
+    window->setWindowFlag(Qt::Window);
+    openOwnWindow(window);
+}
+
+void MainWindow::showAutoOutputDialog()
+{
+    openOwnWindow(new AutoOutputDialog(this));
+}
+
+void MainWindow::showSignatureLibDialog()
+{
+    openOwnWindow(new SignatureLibDialog(this));
+}
+
+void MainWindow::showServerInformation()
+{
+    // The bound devices as the client knows them: name, identity and the two addresses.
+    DatabaseManager db;
+    QStringList lines;
+    for (const Device& device : db.queryDevices()) {
+        lines << tr("%1 (%2)\n局域网地址: %3  互联网地址: %4")
+                     .arg(device.serverName, device.productID, device.localIP,
+                          device.remoteIP.isEmpty() ? QStringLiteral("-") : device.remoteIP);
+    }
+    if (lines.isEmpty())
+        lines << tr("尚未绑定设备。");
+    MessageBoxUtil::infoMsg(this, tr("服务器信息"), lines.join(QStringLiteral("\n\n")));
+}
+
+void MainWindow::showAboutVelkorDialog()
+{
+    MessageBoxUtil::infoMsg(this, tr("关于Velkor"),
+                            tr("Velkor自动传真系统 %1\n网络传真服务器的桌面客户端。")
+                                .arg(QCoreApplication::applicationVersion()));
+}
+
+void MainWindow::quitApp()
+{
+    QCoreApplication::quit();
+}
+
+void MainWindow::switchUser()
+{
+    stopDiscovery();
+    // The login window shows before this one goes, so the program never stands without one.
+    SessionWindows::showLoginWindow();
+    close();
+}
+
+void MainWindow::changeEvent(QEvent* event)
+{
+    if (event->type() == QEvent::LanguageChange)
+        ui->retranslateUi(this);
+    QMainWindow::changeEvent(event);
+}
