@@ -60,11 +60,14 @@ SendBoxWidget::SendBoxWidget(QWidget* parent)
     , m_statusTimer(this)
 {
     ui->setupUi(this);
-    ui->splitter->setStretchFactor(0, 3);
-    ui->splitter->setStretchFactor(1, 2);
-    ui->splitter->setSizes({ 600, 400 });
+    // Eleven columns: the table gets the larger share than in the inbox.
+    ui->splitter->setStretchFactor(0, 2);
+    ui->splitter->setStretchFactor(1, 1);
+    ui->splitter->setSizes({ 800, 400 });
     FaxTable::setup(ui->tableWidget, headers(), QHeaderView::Interactive);
     ui->tableWidget->verticalHeader()->setVisible(false);
+    ui->tableWidget->horizontalHeader()->setStretchLastSection(true);
+    setDefaultWidths();
     reacquire();
     FaxTable::restoreHeaderState(ui->tableWidget, HEADER_KEY);
 
@@ -87,6 +90,19 @@ SendBoxWidget::~SendBoxWidget()
     // The controller waits for an upload or round in progress before the form goes.
     delete m_controller;
     delete ui;
+}
+
+// Widths that show a typical value of each column whole; a saved header state replaces them.
+void SendBoxWidget::setDefaultWidths()
+{
+    static const QStringList samples{ "发送失败", "000000", "普通", "02188888888", "王五贸易公司",
+                                      "已完成10页100%(共10页)", "10次(10次)", "2024-03-19 10:00:00",
+                                      "文字备注文字", "No answer", "5A3C0001" };
+    const QFontMetrics metrics(ui->tableWidget->font());
+    const QStringList titles = headers();
+    for (int column = 0; column < samples.size(); ++column)
+        ui->tableWidget->setColumnWidth(column,
+            qMax(metrics.horizontalAdvance(samples.at(column)), metrics.horizontalAdvance(titles.at(column))) + 24);
 }
 
 QStringList SendBoxWidget::headers() const

@@ -82,6 +82,7 @@ private slots:
 
 private:
     QStringList headers() const;
+    void setDefaultWidths();
     void setDatas(int row, Fax& fax);
     // The current row when it holds a fax, else -1.
     int currentFaxRow() const;
