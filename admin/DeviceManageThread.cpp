@@ -391,9 +391,11 @@ QList<Fax> DeviceManageThread::readFaxList(QTcpSocket* socket, const QString& re
         const QByteArray block = readBlock(socket, RECORD_SIZE, DeviceProtocol::scaled(DOWNLOAD_BLOCK_WAIT_MS));
         if (block.isEmpty())
             break; // silent or gone: no record will follow
+        // A block shorter than a record is an empty record: it keeps its place in the list,
+        // and nothing is read from it.
         Fax fax;
-        if (FaxRecordUtil::readListRecord(block, fax))
-            faxes << fax; // a short record holds nothing that can be trusted
+        FaxRecordUtil::readListRecord(block, fax);
+        faxes << fax;
     }
     return faxes;
 }

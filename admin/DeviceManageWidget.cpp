@@ -4,15 +4,24 @@
 #include "DatabaseManager.h"
 #include "DeviceController.h"
 #include "DeviceListDelegate.h"
+#include "DeviceLogWidget.h"
 #include "DialogUtil.h"
+#include "EmailSettingWidget.h"
+#include "FaxHistoryWidget.h"
+#include "FaxQueueWidget.h"
 #include "FaxSettingWidget.h"
 #include "FileUtil.h"
+#include "FirmwareUpgradeWidget.h"
 #include "HighOptionWidget.h"
 #include "IniUtil.h"
 #include "InputDeviceInfoDialog.h"
 #include "LoginController.h"
 #include "MGlobal.h"
 #include "MessageBoxUtil.h"
+#include "NetworkSettingWidget.h"
+#include "TimeZoneWidget.h"
+#include "UserAccountWidget.h"
+#include "VersionStatusWidget.h"
 
 #include <QCloseEvent>
 
@@ -22,14 +31,6 @@ namespace {
 bool clearsFirst(int index)
 {
     return index == DeviceManageWidget::PANEL_FAX_QUEUE || index == DeviceManageWidget::PANEL_FAX_HISTORY;
-}
-
-// A page for a panel that has no widget of its own yet: it shows nothing and takes no device.
-QWidget* emptyPanel(const QString& name)
-{
-    auto* page = new QWidget;
-    page->setObjectName(name);
-    return page;
 }
 
 } // namespace
@@ -42,17 +43,10 @@ DeviceManageWidget::DeviceManageWidget(QWidget* parent)
 
     // The stack in the order of the buttons. Each panel takes the device through a
     // setDevice(Device&) slot and, for the two fax tables, empties itself by clearWidget().
-    const QList<QWidget*> panels = {emptyPanel(QStringLiteral("VersionStatusWidget")),
-                                    emptyPanel(QStringLiteral("EmailSettingWidget")),
-                                    new HighOptionWidget,
-                                    emptyPanel(QStringLiteral("NetworkSettingWidget")),
-                                    emptyPanel(QStringLiteral("TimeZoneWidget")),
-                                    emptyPanel(QStringLiteral("DeviceLogWidget")),
-                                    emptyPanel(QStringLiteral("UserAccountWidget")),
-                                    new FaxSettingWidget,
-                                    emptyPanel(QStringLiteral("FaxQueueWidget")),
-                                    emptyPanel(QStringLiteral("FaxHistoryWidget")),
-                                    emptyPanel(QStringLiteral("FirmwareUpgradeWidget"))};
+    const QList<QWidget*> panels = {new VersionStatusWidget,  new EmailSettingWidget, new HighOptionWidget,
+                                    new NetworkSettingWidget, new TimeZoneWidget,     new DeviceLogWidget,
+                                    new UserAccountWidget,    new FaxSettingWidget,   new FaxQueueWidget,
+                                    new FaxHistoryWidget,     new FirmwareUpgradeWidget};
     for (QWidget* page : panels)
         ui->stackedWidget->addWidget(page);
 

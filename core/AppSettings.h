@@ -22,6 +22,10 @@ inline constexpr int DEFAULT_ADDRESS_SERVICE_TIMEOUT = 10000;
 // The external text recogniser the inbox starts with a fax file; empty means the build's
 // default (VELKOR_OCR_PROGRAM), which may be empty too: then there is none.
 inline const QString KEY_OCR_PROGRAM = QStringLiteral("ocrProgram");
+// The text viewer that shows a fetched device log: a command line in which "%1" stands for
+// the file (appended when absent). Empty means gedit where it is installed, else the
+// desktop's default opener (xdg-open).
+inline const QString KEY_LOG_VIEWER = QStringLiteral("logViewer");
 
 // "UserConfig.ini" in the documents root.
 std::unique_ptr<QSettings> userConfig();
