@@ -9,7 +9,7 @@
 #include "ImageUtil.h"
 #include "LogUtil.h"
 #include "MessageBoxUtil.h"
-#include "PdfPageReader.h"
+#include "PdfPageLoader.h"
 #include "SelectContactDialog.h"
 #include "SelectDeviceWidget.h"
 #include "SendFaxController.h"
@@ -454,13 +454,15 @@ int FaxDetailWindow::renderDpi() const
 
 bool FaxDetailWindow::openPdf(const QString& path, bool& cancelled)
 {
-    PdfPageReader reader;
-    if (!reader.open(path)) {
+    // Pages are rendered, fitted and thresholded on worker threads, a few ahead; this thread
+    // only shows them as they arrive.
+    PdfPageLoader loader;
+    if (!loader.start(path, renderDpi())) {
         LogUtil::w(QStringLiteral("file reading error"));
         return false;
     }
 
-    const int count = reader.pageCount();
+    const int count = loader.pageCount();
     QProgressDialog progress(tr("正在读取 %1 ...").arg(QFileInfo(path).fileName()), tr("取消"), 0, count, this);
     progress.setObjectName(QStringLiteral("progress_pdf"));
     progress.setWindowTitle(tr("传真查看编辑器"));
@@ -468,18 +470,18 @@ bool FaxDetailWindow::openPdf(const QString& path, bool& cancelled)
     progress.setMinimumDuration(500);
     progress.setValue(0);
 
-    const int dpi = renderDpi();
     for (int i = 0; i < count; ++i) {
-        const QImage rendered = reader.renderPage(i, dpi);
-        if (rendered.isNull()) {
+        // Lets the thumbnails appear and the cancel button work while pages come; the dialog
+        // is window-modal, so the editor itself takes no input meanwhile. A cancel takes
+        // effect once the page in progress is in.
+        while (!loader.waitFor(i, 30))
+            QCoreApplication::processEvents();
+        const QImage page = loader.take(i);
+        if (page.isNull())
             LogUtil::w(QStringLiteral("file reading error: page %1 of %2").arg(i + 1).arg(path));
-        } else {
-            QImage onPage = ImageUtil::scaleToFaxSize(rendered, QStringLiteral("pdf"));
-            appendPage(ImageUtil::getBWImage(onPage), 0);
-        }
+        else
+            appendPage(page, 0);
         progress.setValue(i + 1);
-        // Lets the thumbnails appear and the cancel button work between pages; the dialog is
-        // window-modal, so the editor itself takes no input meanwhile.
         QCoreApplication::processEvents();
         if (progress.wasCanceled()) {
             cancelled = true;

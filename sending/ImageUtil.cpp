@@ -91,6 +91,38 @@ QImage ImageUtil::imprintToCanvas(const QImage& image, int width, int height)
     return canvas;
 }
 
+QImage ImageUtil::pdfPageToFax(const QImage& rendered)
+{
+    // Pages that scaleToFaxSize keeps or turns, and depths other than the opaque 32-bit one
+    // that Poppler renders, take the ordinary road.
+    const bool exactOrTurned = (rendered.width() == FAX_PAGE_WIDTH && rendered.height() == FAX_PAGE_HGIEHT)
+        || (rendered.width() == FAX_PAGE_HGIEHT && rendered.height() == FAX_PAGE_WIDTH);
+    if (rendered.isNull() || exactOrTurned || rendered.format() != QImage::Format_RGB32
+        || Q_BYTE_ORDER != Q_LITTLE_ENDIAN)
+        return getBWImage(scaleToFaxSize(rendered, QStringLiteral("pdf")));
+    const QImage scaled = imprintImage(rendered, QStringLiteral("pdf"));
+    if (scaled.format() != QImage::Format_RGB32 || scaled.size() != QSize(FAX_PAGE_WIDTH, FAX_PAGE_HGIEHT))
+        return getBWImage(imprintToCanvas(scaled, FAX_PAGE_WIDTH, FAX_PAGE_HGIEHT));
+
+    // The canvas is white down to row 50 and holds the scaled rows 0..2149 below. The editor's
+    // road reads the RGBA canvas as BGRA; the scaled page is B, G, R, A in memory, so the same
+    // weights fall on the same colours when it is read as RGBA.
+    constexpr int top = 50;
+    cv::Mat gray(FAX_PAGE_HGIEHT, FAX_PAGE_WIDTH, CV_8UC1);
+    gray.rowRange(0, top).setTo(255);
+    const cv::Mat source(FAX_PAGE_HGIEHT - top, FAX_PAGE_WIDTH, CV_8UC4, const_cast<uchar*>(scaled.constBits()),
+                         static_cast<size_t>(scaled.bytesPerLine()));
+    cv::Mat below = gray.rowRange(top, FAX_PAGE_HGIEHT);
+    cv::cvtColor(source, below, cv::COLOR_RGBA2GRAY);
+    cv::adaptiveThreshold(gray, gray, 255.0, cv::ADAPTIVE_THRESH_MEAN_C, cv::THRESH_BINARY, 15, 5.0);
+
+    // Written straight into the page instead of through a Mat and a copy.
+    QImage page(FAX_PAGE_WIDTH, FAX_PAGE_HGIEHT, QImage::Format_RGBA8888);
+    cv::Mat target(page.height(), page.width(), CV_8UC4, page.bits(), static_cast<size_t>(page.bytesPerLine()));
+    cv::cvtColor(gray, target, cv::COLOR_GRAY2BGRA);
+    return page;
+}
+
 cv::Mat ImageUtil::grayOf(const QImage& image)
 {
     // The conversions read 4 bytes a pixel in memory order, so other depths are widened first.

@@ -23,6 +23,12 @@ public:
     // The image centred across width, 50 rows from the top of a white 1728 x 2200 canvas.
     static QImage imprintToCanvas(const QImage& image, int width, int height);
 
+    // A rendered PDF page as the editor's page: the same pixels as
+    // getBWImage(scaleToFaxSize(image, "pdf")), with the canvas and the colour round trips
+    // left out (the gray plane is taken straight from the scaled page). Safe to call from
+    // any thread.
+    static QImage pdfPageToFax(const QImage& rendered);
+
     // Local mean threshold over a 15 pixel block: the thresholder of the editor.
     static QImage getBWImage(const QImage& image);
     // RGBA8888 image (owning its pixels) from a one-channel 8-bit Mat.

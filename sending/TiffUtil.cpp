@@ -1,6 +1,7 @@
 #include "TiffUtil.h"
 
 #include "LogUtil.h"
+#include "TiffPageWriter.h"
 
 #include <QAtomicInt>
 #include <QCoreApplication>
@@ -102,53 +103,6 @@ QList<QImage> readPages(const QString& path)
     return pages;
 }
 
-// Writes one page as a 1-bit Group 3 directory; false when libtiff refuses.
-bool writePage(TIFF* tif, const QImage& image, int pageIndex, int pageTotal)
-{
-    if (image.isNull())
-        return false;
-    const QImage source = image.depth() == 32 ? image : image.convertToFormat(QImage::Format_RGBA8888);
-    const cv::Mat view(source.height(), source.width(), CV_8UC4, const_cast<uchar*>(source.constBits()),
-                       size_t(source.bytesPerLine()));
-    cv::Mat gray;
-    cv::cvtColor(view, gray, cv::COLOR_BGR2GRAY);
-    cv::threshold(gray, gray, 0, 255.0, cv::THRESH_BINARY | cv::THRESH_OTSU);
-
-    const uint32_t columns = uint32_t(gray.cols);
-    const uint32_t rows = uint32_t(gray.rows);
-    TIFFSetField(tif, TIFFTAG_SUBFILETYPE, FILETYPE_PAGE);
-    TIFFSetField(tif, TIFFTAG_IMAGEWIDTH, columns);
-    TIFFSetField(tif, TIFFTAG_IMAGELENGTH, rows);
-    TIFFSetField(tif, TIFFTAG_XRESOLUTION, 204.0);
-    TIFFSetField(tif, TIFFTAG_YRESOLUTION, 196.0);
-    TIFFSetField(tif, TIFFTAG_RESOLUTIONUNIT, RESUNIT_INCH);
-    TIFFSetField(tif, TIFFTAG_BITSPERSAMPLE, 1);
-    TIFFSetField(tif, TIFFTAG_COMPRESSION, COMPRESSION_CCITTFAX3);
-    TIFFSetField(tif, TIFFTAG_GROUP3OPTIONS, GROUP3OPT_2DENCODING);
-    TIFFSetField(tif, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISWHITE);
-    TIFFSetField(tif, TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT);
-    TIFFSetField(tif, TIFFTAG_SAMPLESPERPIXEL, 1);
-    TIFFSetField(tif, TIFFTAG_ROWSPERSTRIP, rows);
-    TIFFSetField(tif, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
-    TIFFSetField(tif, TIFFTAG_PAGENUMBER, pageIndex, pageTotal);
-    const QByteArray pageName = QStringLiteral("Page %1").arg(pageIndex).toLatin1();
-    TIFFSetField(tif, TIFFTAG_PAGENAME, pageName.constData());
-
-    // Leftmost pixel in the top bit; a set bit is black (min-is-white). Spare bits stay white.
-    std::vector<uchar> buffer((columns - 1) / 8 + 1);
-    for (uint32_t r = 0; r < rows; ++r) {
-        std::fill(buffer.begin(), buffer.end(), uchar(0));
-        const uchar* line = gray.ptr<uchar>(int(r));
-        for (uint32_t c = 0; c < columns; ++c) {
-            if (!(line[c] & 1))
-                buffer[c / 8] |= uchar(0x80 >> (c % 8));
-        }
-        if (TIFFWriteScanline(tif, buffer.data(), r, 0) < 0)
-            return false;
-    }
-    return TIFFWriteDirectory(tif) != 0;
-}
-
 // Warnings (a damaged line of a received fax, an odd tag) go to the debug log, not the terminal.
 void warningProc(const char* module, const char* format, va_list args)
 {
@@ -226,27 +180,12 @@ QList<QPixmap> TiffUtil::tiffToPixmap(const QString& path)
 bool TiffUtil::writeImgToTiff(QList<QImage> images, const QString& path)
 {
     installErrorHandler();
-    static QAtomicInt serial;
-    const QString partial = path
-        + QStringLiteral(".%1-%2.part").arg(QCoreApplication::applicationPid()).arg(serial.fetchAndAddRelaxed(1));
-    const QByteArray partialName = partial.toUtf8();
-
-    TIFF* tif = TIFFOpen(partialName.constData(), "w");
-    if (!tif) {
-        LogUtil::w(QStringLiteral("Could not create TIFF file %1").arg(partial));
+    TiffPageWriter writer(path);
+    if (!writer.isOpen())
         return false;
+    for (int i = 0; i < images.size(); ++i) {
+        if (!writer.writePage(images.at(i), i + 1, images.size()))
+            break;
     }
-    bool written = true;
-    for (int i = 0; i < images.size() && written; ++i)
-        written = writePage(tif, images.at(i), i + 1, images.size());
-    written = written && TIFFFlush(tif);
-    TIFFClose(tif);
-
-    // Only a complete file takes the final name; rename replaces an older one in one step.
-    if (!written || std::rename(partialName.constData(), path.toUtf8().constData()) != 0) {
-        LogUtil::w(QStringLiteral("Could not write TIFF file %1").arg(path));
-        std::remove(partialName.constData());
-        return false;
-    }
-    return true;
+    return writer.finish();
 }

@@ -32,5 +32,6 @@ public:
     static bool writeImgToTiff(QList<QImage> images, const QString& path);
 
 private:
+    friend class TiffPageWriter;
     static void installErrorHandler();
 };

@@ -1,6 +1,7 @@
 #include "ImageUtil.h"
 #include "TestSupport.h"
 
+#include <QLinearGradient>
 #include <QPainter>
 
 namespace {
@@ -87,6 +88,8 @@ private slots:
     void largeImageIsHalvedAndLosesBottomRows();
     void tallImagesFitTheHeight();
     void pdfPageIsStretchedAndCut();
+    void pdfShortcutMatchesEditorRoad_data();
+    void pdfShortcutMatchesEditorRoad();
     void nullImageGivesBlankPage();
     void meanThresholdGivesPureBlackAndWhite();
     void thresholdersAcceptOtherDepths_data();
@@ -391,6 +394,50 @@ void TestImageUtil::integralThresholdKnownAnswers()
     QImage shallow = filled(16, 15, BLACK);
     paintRect(shallow, QRect(0, 0, 16, 7), WHITE);
     QVERIFY(blackPoints(ImageUtil::getBWImageImproveOTSU(shallow)).isEmpty());
+}
+
+void TestImageUtil::pdfShortcutMatchesEditorRoad_data()
+{
+    // A page as Poppler renders one: text-like strokes, a photo-like gradient with noise
+    // (where the local threshold has real work), in the formats and sizes that take the
+    // shortcut and those that fall back to the ordinary road.
+    auto rendered = [](int w, int h, QImage::Format format) {
+        QImage image(w, h, format);
+        image.fill(Qt::white);
+        QPainter painter(&image);
+        QLinearGradient gradient(0, 0, w, h);
+        gradient.setColorAt(0, QColor(230, 40, 90));
+        gradient.setColorAt(1, QColor(20, 180, 250));
+        painter.fillRect(QRect(w / 2, h / 8, w / 3, h / 4), gradient);
+        painter.setFont(QFont(QStringLiteral("Sans"), 9));
+        for (int line = 0; line < h / 20; ++line)
+            painter.drawText(10, 20 + line * 18, QStringLiteral("Invoice %1, pay within 30 days.").arg(line));
+        painter.end();
+        quint32 seed = 7;
+        for (int i = 0; i < w * h / 50; ++i) {
+            seed = seed * 1103515245u + 12345u;
+            image.setPixel(int(seed % quint32(w)), int((seed >> 8) % quint32(h)), qRgb(int(seed >> 24), 90, 160));
+        }
+        return image;
+    };
+    QTest::addColumn<QImage>("page");
+    QTest::newRow("A4 at 96 dpi") << rendered(794, 1123, QImage::Format_RGB32);
+    QTest::newRow("wide, stretched") << rendered(1123, 794, QImage::Format_RGB32);
+    QTest::newRow("larger than the page") << rendered(2480, 3508, QImage::Format_RGB32);
+    QTest::newRow("with alpha") << rendered(600, 800, QImage::Format_ARGB32_Premultiplied);
+    QTest::newRow("exact size, kept") << rendered(1728, 2200, QImage::Format_RGB32);
+    QTest::newRow("turned size") << rendered(2200, 1728, QImage::Format_RGB32);
+    QTest::newRow("null") << QImage();
+}
+
+void TestImageUtil::pdfShortcutMatchesEditorRoad()
+{
+    QFETCH(QImage, page);
+    const QImage road = ImageUtil::getBWImage(ImageUtil::scaleToFaxSize(page, "pdf"));
+    const QImage shortcut = ImageUtil::pdfPageToFax(page);
+    QCOMPARE(shortcut.format(), road.format());
+    QCOMPARE(shortcut.size(), road.size());
+    QVERIFY(shortcut == road);
 }
 
 VELKOR_TEST_MAIN(TestImageUtil)

@@ -1,3 +1,5 @@
+#include "ImageUtil.h"
+#include "TiffPageWriter.h"
 #include "TestSupport.h"
 #include "TiffUtil.h"
 
@@ -116,6 +118,7 @@ private slots:
     void pagesCarryFaxTags();
     void turnedAndOddWidthPages();
     void grayPagesAreThresholdedPerPage();
+    void blackAndWhiteShortcutKeepsBits();
     void emptyListGivesFileWithoutPages();
     void rewriteReplacesWholeFile();
     void failedWriteLeavesNoFile();
@@ -469,6 +472,52 @@ void TestTiffUtil::errorsGoToStandardOutput()
 
     QCOMPARE(pages, 0);
     QVERIFY2(readAll(captured).contains("tifferr-"), readAll(captured).constData());
+}
+
+// A page that is black and white already is packed directly; one gray pixel sends the same
+// page down the gray plane and Otsu road. Both must give the same bits everywhere else, and
+// a page written piece by piece must equal the one written from a list.
+void TestTiffUtil::blackAndWhiteShortcutKeepsBits()
+{
+    QImage page(1728, 2200, QImage::Format_RGBA8888);
+    page.fill(Qt::white);
+    QPainter painter(&page);
+    painter.setFont(QFont(QStringLiteral("Sans"), 20));
+    for (int line = 0; line < 60; ++line)
+        painter.drawText(40, 60 + line * 35, QStringLiteral("Line %1 of the delivery note").arg(line));
+    painter.end();
+    page = ImageUtil::getBWImage(page); // pure black and white, opaque
+    QImage grayDot = page;
+    grayDot.setPixelColor(5, 5, QColor(128, 128, 128));
+
+    QVERIFY(TiffUtil::writeImgToTiff({ page, grayDot }, path("both.tif")));
+    const QList<QImage> back = TiffUtil::tiffToImg(path("both.tif"));
+    QCOMPARE(back.size(), 2);
+    QImage fast = back.at(0);
+    QImage slow = back.at(1);
+    fast.setPixel(5, 5, 0);
+    slow.setPixel(5, 5, 0);
+    QVERIFY(fast == slow);
+    QCOMPARE(back.at(0).convertToFormat(QImage::Format_RGB32), page.convertToFormat(QImage::Format_RGB32));
+
+    {
+        TiffPageWriter writer(path("streamed.tif"));
+        QVERIFY(writer.writePage(page, 1, 2));
+        QVERIFY(writer.writePage(grayDot, 2, 2));
+        QVERIFY(!QFile::exists(path("streamed.tif"))); // no final name before finish
+        QVERIFY(writer.finish());
+    }
+    QFile a(path("both.tif"));
+    QFile b(path("streamed.tif"));
+    QVERIFY(a.open(QIODevice::ReadOnly) && b.open(QIODevice::ReadOnly));
+    QCOMPARE(a.readAll(), b.readAll());
+
+    // A writer dropped unfinished leaves nothing behind.
+    {
+        TiffPageWriter writer(path("dropped.tif"));
+        QVERIFY(writer.writePage(page, 1, 1));
+    }
+    QVERIFY(QDir(m_dir->path()).entryList({ QStringLiteral("dropped.tif*") }, QDir::Files).isEmpty());
 }
 
 VELKOR_TEST_MAIN(TestTiffUtil)
