@@ -143,6 +143,8 @@ bool FaxRecordUtil::readStatusRecord(const QByteArray& record, Fax& fax)
     fax.pagePercent = readInt(record, PAGE_PERCENT);
     fax.sendState = readInt(record, SEND_STATE);
     fax.trainingValue = readInt(record, TRAINING_VALUE);
+    // How long the call has taken so far: the transmission report's "耗时:".
+    fax.duration = readInt(record, DURATION);
     return true;
 }
 

@@ -201,6 +201,7 @@ private slots:
         put32(r, 852, 45);
         put32(r, 856, 3);
         put32(r, 860, 14400);
+        put32(r, 0x398, 83);
 
         Fax fax;
         fax.id = 17;
@@ -216,6 +217,7 @@ private slots:
         QCOMPARE(fax.pagePercent, 45);
         QCOMPARE(fax.sendState, 3);
         QCOMPARE(fax.trainingValue, 14400);
+        QCOMPARE(fax.duration, 83);
         QCOMPARE(fax.id, 17);
         QCOMPARE(fax.remark, QStringLiteral("kept"));
     }
