@@ -2,6 +2,7 @@
 
 #include <QImage>
 #include <QList>
+#include <QPair>
 #include <QPixmap>
 #include <QString>
 #include <QWidget>
@@ -11,7 +12,8 @@ class MyImageViewer;
 }
 
 // The preview of the fax folders: one page of a multi-page TIFF at a time, with page browsing,
-// zoom and quarter-turn rotation.
+// zoom and quarter-turn rotation. Pages are decoded when shown (a decoded page is 15 MB), and
+// the last few are kept, so a long fax opens as fast as a short one.
 class MyImageViewer : public QWidget
 {
     Q_OBJECT
@@ -31,7 +33,7 @@ public:
     // Widths outside 400..3500 are refused and nothing changes.
     void upgradeFileInfo(QImage image, int rotation, int zoom);
 
-    int pageCount() const { return m_pages.size(); }
+    int pageCount() const { return m_pageCount; }
     int currentIndex() const { return m_index; }
     int rotation() const { return m_rotation; }
     const QPixmap& pixmap() const { return m_pixmap; }
@@ -50,9 +52,13 @@ protected:
 private:
     void showPage();
     void clear();
+    // The decoded page, from the cache or the file; null when it cannot be read.
+    QImage pageImage(int index);
 
     Ui::MyImageViewer* ui;
-    QList<QImage> m_pages;
+    QString m_path;
+    int m_pageCount = 0;
+    QList<QPair<int, QImage>> m_cache; // most recently shown last
     int m_index = 0;
     int m_rotation = 0; // quarter turns, 0 to 3
     int m_width = 0;    // remembered display size; 0 when unset

@@ -2,6 +2,7 @@
 #include "MessageBoxUtil.h"
 #include "MyImageViewer.h"
 #include "TestSupport.h"
+#include "TiffUtil.h"
 
 #include <QFile>
 #include <QLabel>
@@ -154,6 +155,36 @@ private slots:
         QCOMPARE(viewer.last(), 0);
         QCOMPARE(viewer.currentIndex(), 0);
         QCOMPARE(pageLine(viewer), QStringLiteral("1/3"));
+    }
+
+    // Pages decoded one at a time, forward and back past the kept ones, show exactly what
+    // reading the whole file gives.
+    void pagesMatchWholeFileReading()
+    {
+        QString path = m_home + QStringLiteral("/six pages.tif");
+        QVERIFY(writeFaxFile(path, { 1728, 1000, 1728, 1200, 1728, 800 }));
+        const QList<QImage> whole = TiffUtil::tiffToImg(path);
+        QCOMPARE(whole.size(), 6);
+        auto expected = [&whole](int index) {
+            const QImage& page = whole.at(index);
+            return QPixmap::fromImage(page.scaled(6 * page.width() / 10, 6 * page.height() / 10, Qt::KeepAspectRatio,
+                                                  Qt::FastTransformation))
+                .toImage();
+        };
+        MyImageViewer viewer;
+        QCOMPARE(viewer.openImageResource(path), 0);
+        QCOMPARE(viewer.pageCount(), 6);
+        QList<int> order { 0 };
+        while (viewer.next() == 0)
+            order << viewer.currentIndex();
+        while (viewer.last() == 0)
+            order << viewer.currentIndex();
+        QCOMPARE(order, (QList<int> { 0, 1, 2, 3, 4, 5, 4, 3, 2, 1, 0 }));
+        for (int step = 0; step < 6; ++step) {
+            QCOMPARE(viewer.pixmap().toImage(), expected(viewer.currentIndex()));
+            viewer.next();
+        }
+        QCOMPARE(pageLine(viewer), QStringLiteral("6/6"));
     }
 
     // A new file starts at its first page and at six tenths of its own size, whatever the last showed.
