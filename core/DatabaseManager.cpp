@@ -96,45 +96,82 @@ Device readDevice(const QSqlQuery& query)
 }
 
 // Each fax query selects its own set of columns; a member is filled only from a selected one.
-Fax readFax(const QSqlQuery& query)
+// The positions are looked up once a query, not by name on every row: a folder of a hundred
+// thousand faxes would otherwise spend most of its time comparing column names.
+struct FaxColumns {
+    explicit FaxColumns(const QSqlRecord& record)
+    {
+        const auto at = [&record](const char* column) { return record.indexOf(QLatin1String(column)); };
+        id = at("id");
+        status = at("status");
+        taskID = at("taskID");
+        pageSended = at("pageSended");
+        pageTotal = at("pageTotal");
+        sender = at("sender");
+        receiver = at("receiver");
+        time = at("time");
+        serverID = at("serverID");
+        cid = at("cid");
+        file = at("file");
+        filepath = at("filepath");
+        remark = at("remark");
+        issue = at("issue");
+        priority = at("priority");
+        dialTotal = at("dialTotal");
+        dialAlready = at("dialAlready");
+        tag = at("tag");
+        d_id = at("d_id");
+        deviceName = at("deviceName");
+        devicePassword = at("devicePassword");
+        serverName = at("serverName");
+        localIP = at("localIP");
+        remoteIP = at("remoteIP");
+        productID = at("productID");
+        maxTaskID = at("maxTaskID");
+        represented = at("represented");
+    }
+    int id, status, taskID, pageSended, pageTotal, sender, receiver, time, serverID, cid, file, filepath, remark,
+        issue, priority, dialTotal, dialAlready, tag, d_id, deviceName, devicePassword, serverName, localIP,
+        remoteIP, productID, maxTaskID, represented;
+};
+
+Fax readFax(const QSqlQuery& query, const FaxColumns& at)
 {
     Fax fax;
-    const QSqlRecord record = query.record();
-    const auto selected = [&record](const char* column) { return record.indexOf(QLatin1String(column)) >= 0; };
-    const auto setText = [&](const char* column, QString& member) {
-        if (selected(column))
-            member = str(query, column);
+    const auto setText = [&query](int column, QString& member) {
+        if (column >= 0)
+            member = query.value(column).toString();
     };
-    const auto setNumber = [&](const char* column, int& member) {
-        if (selected(column))
-            member = num(query, column);
+    const auto setNumber = [&query](int column, int& member) {
+        if (column >= 0)
+            member = query.value(column).toInt();
     };
-    setNumber("id", fax.id);
-    setNumber("status", fax.status);
-    setNumber("taskID", fax.taskID);
-    setNumber("pageSended", fax.pageSended);
-    setNumber("pageTotal", fax.pageTotal);
-    setText("sender", fax.sender);
-    setText("receiver", fax.receiver);
-    setText("time", fax.time);
-    setText("serverID", fax.serverID);
-    setText("cid", fax.cid);
-    setText("file", fax.file);
-    setText("filepath", fax.filepath);
-    setText("remark", fax.remark);
-    setText("issue", fax.issue);
-    setNumber("priority", fax.priority);
-    setNumber("dialTotal", fax.dialTotal);
-    setNumber("dialAlready", fax.dialAlready);
-    setNumber("tag", fax.tag);
-    setNumber("d_id", fax.d_id);
-    setText("deviceName", fax.deviceName);
-    setText("devicePassword", fax.devicePassword);
-    setText("serverName", fax.serverName);
-    setText("localIP", fax.localIP);
-    setText("remoteIP", fax.remoteIP);
-    setText("productID", fax.productID);
-    setText("maxTaskID", fax.maxTaskID);
+    setNumber(at.id, fax.id);
+    setNumber(at.status, fax.status);
+    setNumber(at.taskID, fax.taskID);
+    setNumber(at.pageSended, fax.pageSended);
+    setNumber(at.pageTotal, fax.pageTotal);
+    setText(at.sender, fax.sender);
+    setText(at.receiver, fax.receiver);
+    setText(at.time, fax.time);
+    setText(at.serverID, fax.serverID);
+    setText(at.cid, fax.cid);
+    setText(at.file, fax.file);
+    setText(at.filepath, fax.filepath);
+    setText(at.remark, fax.remark);
+    setText(at.issue, fax.issue);
+    setNumber(at.priority, fax.priority);
+    setNumber(at.dialTotal, fax.dialTotal);
+    setNumber(at.dialAlready, fax.dialAlready);
+    setNumber(at.tag, fax.tag);
+    setNumber(at.d_id, fax.d_id);
+    setText(at.deviceName, fax.deviceName);
+    setText(at.devicePassword, fax.devicePassword);
+    setText(at.serverName, fax.serverName);
+    setText(at.localIP, fax.localIP);
+    setText(at.remoteIP, fax.remoteIP);
+    setText(at.productID, fax.productID);
+    setText(at.maxTaskID, fax.maxTaskID);
     return fax;
 }
 
@@ -177,11 +214,15 @@ QList<Fax> queryFaxes(const QString& sql, Represented represented = Represented:
 {
     QList<Fax> faxes;
     QSqlQuery query(ConnectionPool::openConnection());
+    query.setForwardOnly(true); // rows are read once, in order: no cache of them all
     if (!run(query, sql, {gUser.id}))
         return faxes;
+    const FaxColumns columns(query.record());
     while (query.next()) {
-        Fax fax = readFax(query);
-        const QString name = represented == Represented::Ignored ? QString() : str(query, "represented");
+        Fax fax = readFax(query, columns);
+        const QString name = represented == Represented::Ignored || columns.represented < 0
+            ? QString()
+            : query.value(columns.represented).toString();
         if (!name.isEmpty()) {
             if (represented == Represented::ReplacesSender)
                 fax.sender = name;
@@ -240,6 +281,19 @@ void DatabaseManager::createTables()
         "CONTACT_TYPES (id))"));
     query.exec(QStringLiteral(
         "CREATE TABLE IF NOT EXISTS CONTACT_TYPES (id INTEGER PRIMARY KEY AUTOINCREMENT, name VARCHAR(40))"));
+    // The folders join every fax to the contact whose business, house or other fax number is
+    // its caller's: without these a large inbox compares each fax with every contact. Status
+    // tracking finds a fax by its task, and a device's faxes go with it.
+    const char* indexes[] = {
+        "CREATE INDEX IF NOT EXISTS CONTACTS_businessFax ON CONTACTS (businessFax)",
+        "CREATE INDEX IF NOT EXISTS CONTACTS_houseFax ON CONTACTS (houseFax)",
+        "CREATE INDEX IF NOT EXISTS CONTACTS_otherFax ON CONTACTS (otherFax)",
+        "CREATE INDEX IF NOT EXISTS FAXES_device_id ON FAXES (device_id)",
+        "CREATE INDEX IF NOT EXISTS FAXES_taskID ON FAXES (taskID)",
+        "CREATE INDEX IF NOT EXISTS DEVICES_user_id ON DEVICES (user_id)",
+    };
+    for (const char* index : indexes)
+        query.exec(QString::fromLatin1(index));
 }
 
 bool DatabaseManager::insertUser(QString& nickname, QString& password)
@@ -476,8 +530,9 @@ Fax DatabaseManager::queryFaxByTaskID(int taskID)
                             "= ? AND f.taskID = ?"),
              {gUser.id, taskID}))
         return fax;
+    const FaxColumns columns(query.record());
     while (query.next())
-        fax = readFax(query);
+        fax = readFax(query, columns);
     return fax;
 }
 

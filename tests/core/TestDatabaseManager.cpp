@@ -10,6 +10,8 @@
 #include <QSqlQuery>
 #include <QtTest>
 
+#include <algorithm>
+
 namespace {
 
 const QString kInjection = QStringLiteral("' OR '1'='1");
@@ -525,6 +527,58 @@ private slots:
         QCOMPARE(outbox[2].id, openId);
         QCOMPARE((QSet<QString>{outbox[2].receiver, outbox[3].receiver}), (QSet<QString>{"Ann's office", "Ben"}));
         QCOMPARE(outbox[0].sender, QStringLiteral("sender-7770")); // the sender of a sent fax is never replaced
+    }
+
+    // The indexes made by createTables change the plans of the folder queries, not their rows.
+    void indexesLeaveFolderQueriesUnchanged()
+    {
+        DatabaseManager db;
+        const Device device = storeDevice(QStringLiteral("P1"));
+        QList<Contact> contacts;
+        for (int i = 0; i < 30; ++i) {
+            Contact c = fullContact(QString::number(i));
+            c.businessFax = QStringLiteral("1%1").arg(i % 12); // some numbers twice
+            c.houseFax = QStringLiteral("2%1").arg(i);
+            c.otherFax = i % 3 ? QStringLiteral("3%1").arg(i) : QString();
+            c.represented = QStringLiteral("Contact %1").arg(i);
+            contacts.append(c);
+        }
+        QVERIFY(db.addContactList(contacts));
+        const QStringList numbers { "10", "11", "25", "33", "34", "999", "", "210" };
+        for (int i = 0; i < 40; ++i) {
+            Fax fax = makeFax(i % 2, numbers.at(i % numbers.size()),
+                              QStringLiteral("2024-03-%1 10:00:00").arg(1 + i % 9, 2, 10, QLatin1Char('0')), i, i % 4);
+            fax.isDelete = i % 7 == 0;
+            storeFax(fax, device.id);
+        }
+        auto rows = [] {
+            DatabaseManager q;
+            QStringList all;
+            const QList<QList<Fax>> folders { q.queryReceiveFaxes(), q.querySendFaxes(), q.queryDeleteFaxes(),
+                                              q.queryUploadingFax() };
+            for (int f = 0; f < folders.size(); ++f) {
+                for (int i = 0; i < folders[f].size(); ++i) {
+                    const Fax& x = folders[f][i];
+                    if (i > 0 && folders[f][i - 1].time < x.time)
+                        all << QStringLiteral("out of order");
+                    all << QStringLiteral("%1|%2|%3|%4|%5|%6").arg(f).arg(x.id).arg(x.sender, x.receiver, x.time).arg(x.status);
+                }
+            }
+            std::sort(all.begin(), all.end());
+            return all;
+        };
+        const QStringList indexed = rows();
+        QVERIFY(indexed.size() > 40);
+        QSqlQuery drop(ConnectionPool::openConnection());
+        for (const char* name : { "CONTACTS_businessFax", "CONTACTS_houseFax", "CONTACTS_otherFax", "FAXES_device_id",
+                                  "FAXES_taskID", "DEVICES_user_id" })
+            QVERIFY2(drop.exec(QStringLiteral("DROP INDEX %1").arg(QLatin1String(name))), name);
+        QCOMPARE(rows(), indexed);
+        db.createTables(); // puts them back on an existing store
+        QVERIFY(drop.exec(QStringLiteral("SELECT count(*) FROM sqlite_master WHERE type = 'index' AND name NOT LIKE 'sqlite_%'")));
+        QVERIFY(drop.next());
+        QCOMPARE(drop.value(0).toInt(), 6);
+        QCOMPARE(rows(), indexed);
     }
 
     void deleteDeviceRemovesFaxesNotFiles()
