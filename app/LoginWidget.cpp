@@ -13,6 +13,7 @@
 #include <QDataStream>
 #include <QEvent>
 #include <QLineEdit>
+#include <QPushButton>
 #include <QSaveFile>
 
 LoginWidget::LoginWidget(QWidget* parent) : QWidget(parent), ui(new Ui::LoginWidget)
@@ -21,6 +22,8 @@ LoginWidget::LoginWidget(QWidget* parent) : QWidget(parent), ui(new Ui::LoginWid
     DatabaseManager db;
     ui->combo_nickname->addItems(db.queryAllUserNickname());
     loadConfig();
+    // Enter in the password field logs in, as a press of the button.
+    connect(ui->edit_password, &QLineEdit::returnPressed, ui->button_login, &QPushButton::click);
 }
 
 LoginWidget::~LoginWidget()

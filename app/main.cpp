@@ -1,6 +1,7 @@
 #include "DatabaseManager.h"
 #include "LogUtil.h"
 #include "QtSingleApplication.h"
+#include "SelectLanguageDialog.h"
 #include "Startup.h"
 #include "VelkorResources.h"
 
@@ -21,8 +22,10 @@ int main(int argc, char** argv)
     }
 
     VelkorResources::init();
-    QApplication::setWindowIcon(QIcon(QStringLiteral(":/icons/velkor.svg")));
+    QApplication::setWindowIcon(QIcon(QStringLiteral(":/icon/icons/velkor.png")));
     QGuiApplication::setDesktopFileName(QStringLiteral("velkor"));
+    // The program starts in Chinese, its source language; so do Qt's own dialogs.
+    SelectLanguageDialog::switchQtLanguage(1);
 
     DatabaseManager db; // kept to the end of main
     db.createTables();

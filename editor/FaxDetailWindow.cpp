@@ -28,6 +28,7 @@
 #include <QPointer>
 #include <QProgressDialog>
 #include <QScrollBar>
+#include <QTimer>
 #include <QStandardItemModel>
 #include <QStandardPaths>
 #include <QStyle>
@@ -331,6 +332,17 @@ void FaxDetailWindow::updateNavigation()
     ui->action_next_page->setEnabled(currentPage < rows - 1);
     ui->action_delete_page->setEnabled(rows >= 2);
     m_pageEdit->setText(QStringLiteral("%1 / %2").arg(rows > 0 ? currentPage + 1 : 0).arg(rows));
+}
+
+void FaxDetailWindow::showEvent(QShowEvent* event)
+{
+    QMainWindow::showEvent(event);
+    // The first layout leaves the scroll area wherever its range settled; a page is read from
+    // its top left corner.
+    QTimer::singleShot(0, this, [this]() {
+        ui->scrollArea->horizontalScrollBar()->setValue(0);
+        ui->scrollArea->verticalScrollBar()->setValue(0);
+    });
 }
 
 void FaxDetailWindow::displayCurrent()

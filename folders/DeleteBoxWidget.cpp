@@ -21,9 +21,9 @@ DeleteBoxWidget::DeleteBoxWidget(QWidget* parent)
 {
     ui->setupUi(this);
     // The table takes the larger share; the preview scrolls.
-    ui->splitter->setStretchFactor(0, 3);
-    ui->splitter->setStretchFactor(1, 2);
-    ui->splitter->setSizes({ 600, 400 });
+    ui->splitter->setStretchFactor(0, 2);
+    ui->splitter->setStretchFactor(1, 1);
+    ui->splitter->setSizes({ 800, 400 });
     FaxTable::setup(ui->tableWidget, headers(), QHeaderView::Interactive);
     ui->tableWidget->verticalHeader()->setVisible(false);
     reacquire();

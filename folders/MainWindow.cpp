@@ -51,7 +51,6 @@ MainWindow::MainWindow(QWidget* parent)
 {
     ui->setupUi(this);
     setAttribute(Qt::WA_DeleteOnClose);
-    setWindowIcon(QIcon(QStringLiteral(":/icon/icons/velkor.png")));
 
     // Page 0 the inbox, 1 the outbox, 2 the deleted items: the order of the tree's items.
     ui->stackedWidget->addWidget(m_receiveBox);

@@ -40,9 +40,9 @@ ReceiveBoxWidget::ReceiveBoxWidget(QWidget* parent)
     , m_pollTimer(this)
 {
     ui->setupUi(this);
-    ui->splitter->setStretchFactor(0, 3);
-    ui->splitter->setStretchFactor(1, 2);
-    ui->splitter->setSizes({ 600, 400 });
+    ui->splitter->setStretchFactor(0, 2);
+    ui->splitter->setStretchFactor(1, 1);
+    ui->splitter->setSizes({ 800, 400 });
     FaxTable::setup(ui->tableWidget, headers(), QHeaderView::Stretch);
     ui->tableWidget->verticalHeader()->setVisible(false);
     reacquire();

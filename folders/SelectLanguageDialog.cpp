@@ -5,6 +5,7 @@
 
 #include <QCoreApplication>
 #include <QEvent>
+#include <QLibraryInfo>
 #include <QTranslator>
 
 SelectLanguageDialog::SelectLanguageDialog(QWidget* parent) : QDialog(parent), ui(new Ui::SelectLanguageDialog)
@@ -28,8 +29,23 @@ QTranslator* SelectLanguageDialog::translator()
     return instance;
 }
 
+// Qt's own texts (the buttons of standard boxes, the file and print dialogs) in Chinese; in
+// English they need none. Missing translations only leave those texts in English.
+void SelectLanguageDialog::switchQtLanguage(int index)
+{
+    static QTranslator* qtTranslator = new QTranslator(QCoreApplication::instance());
+    QCoreApplication::removeTranslator(qtTranslator);
+    if (index == 0)
+        return;
+    if (qtTranslator->load(QStringLiteral("qtbase_zh_CN"), QLibraryInfo::location(QLibraryInfo::TranslationsPath)))
+        QCoreApplication::installTranslator(qtTranslator);
+    else
+        LogUtil::d(QStringLiteral("no Chinese translation of Qt's own texts"));
+}
+
 bool SelectLanguageDialog::switchLanguage(int index)
 {
+    switchQtLanguage(index);
     QTranslator* tr = translator();
     // Loading into an installed translator would not tell the windows; take it out first.
     QCoreApplication::removeTranslator(tr);

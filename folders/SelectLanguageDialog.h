@@ -24,6 +24,8 @@ public:
     // Loads the translation for the index and installs it, so that every open window
     // retranslates at once. False when the translation can't be loaded.
     static bool switchLanguage(int index);
+    // Only Qt's own texts (standard buttons, file and print dialogs): Chinese unless index is 0.
+    static void switchQtLanguage(int index);
 
     void accept() override;
 

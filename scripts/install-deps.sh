@@ -8,7 +8,7 @@ PACKAGES=(
   qtbase5-dev qttools5-dev qttools5-dev-tools libqt5sql5-sqlite libqt5svg5-dev
   libopencv-core-dev libopencv-imgproc-dev
   libtiff-dev libpoppler-qt5-dev libssl-dev
-  python3 fonts-noto-cjk xvfb xauth ccache
+  python3 fonts-noto-cjk qttranslations5-l10n xvfb xauth ccache
   clang-14 libclang-rt-14-dev
   ghostscript time
 )
