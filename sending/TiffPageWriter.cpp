@@ -49,16 +49,29 @@ using Rows = std::vector<uchar>;
 bool packBlackAndWhite(const QImage& source, Rows& packed, size_t bytes)
 {
     const int columns = source.width();
+    const int whole = columns / 8 * 8;
     for (int r = 0; r < source.height(); ++r) {
         const uint32_t* line = reinterpret_cast<const uint32_t*>(source.constScanLine(r));
         uchar* out = packed.data() + size_t(r) * bytes;
-        for (int c = 0; c < columns; ++c) {
-            const uint32_t colour = line[c] & 0x00FFFFFFu; // the alpha byte is last in memory
+        uint32_t mixed = 0; // set when a pixel is neither black nor white
+        int c = 0;
+        for (; c < whole; c += 8) {
+            uint32_t bits = 0;
+            for (int k = 0; k < 8; ++k) {
+                const uint32_t colour = line[c + k] & 0x00FFFFFFu; // the alpha byte is last in memory
+                bits = (bits << 1) | uint32_t(colour == 0);
+                mixed |= uint32_t(colour != 0 && colour != 0x00FFFFFFu);
+            }
+            out[c / 8] = uchar(bits);
+        }
+        for (; c < columns; ++c) {
+            const uint32_t colour = line[c] & 0x00FFFFFFu;
             if (colour == 0)
                 out[c / 8] |= uchar(0x80 >> (c % 8));
-            else if (colour != 0x00FFFFFFu)
-                return false;
+            mixed |= uint32_t(colour != 0 && colour != 0x00FFFFFFu);
         }
+        if (mixed)
+            return false;
     }
     return true;
 }
