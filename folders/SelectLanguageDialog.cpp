@@ -11,6 +11,13 @@
 SelectLanguageDialog::SelectLanguageDialog(QWidget* parent) : QDialog(parent), ui(new Ui::SelectLanguageDialog)
 {
     ui->setupUi(this);
+    ui->combo_language->setCurrentIndex(currentLanguage());
+}
+
+int& SelectLanguageDialog::currentLanguage()
+{
+    static int index = 1; // the program starts in Chinese
+    return index;
 }
 
 SelectLanguageDialog::~SelectLanguageDialog()
@@ -54,7 +61,10 @@ bool SelectLanguageDialog::switchLanguage(int index)
         LogUtil::w(QStringLiteral("cannot load translation %1").arg(file));
         return false;
     }
-    return QCoreApplication::installTranslator(tr);
+    if (!QCoreApplication::installTranslator(tr))
+        return false;
+    currentLanguage() = index;
+    return true;
 }
 
 void SelectLanguageDialog::accept()

@@ -36,6 +36,8 @@ private:
     // The program's translator. It belongs to the application, not to one dialog, so that the
     // choice outlives the dialog and the window that opened it.
     static QTranslator* translator();
+    // The index of the language shown now; the dialog opens on it.
+    static int& currentLanguage();
 
     Ui::SelectLanguageDialog* ui;
 };

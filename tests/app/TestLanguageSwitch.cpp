@@ -115,6 +115,7 @@ private slots:
         QCOMPARE(combo->count(), 2);
         QCOMPARE(combo->itemText(0), QStringLiteral("English"));
         QCOMPARE(combo->itemText(1), QStringLiteral("Chinese(Simplified)"));
+        QCOMPARE(combo->currentIndex(), 1); // opens on the language shown: Chinese
 
         // English from the embedded translation: a text of the program now reads in English.
         combo->setCurrentIndex(0);
@@ -126,6 +127,7 @@ private slots:
 
         // And back to Chinese from the same kind of dialog.
         SelectLanguageDialog again;
+        QCOMPARE(TestSupport::find<QComboBox>(&again, "combo_language")->currentIndex(), 0);
         TestSupport::find<QComboBox>(&again, "combo_language")->setCurrentIndex(1);
         again.accept();
         deliverLanguageChange();
