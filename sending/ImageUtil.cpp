@@ -10,6 +10,10 @@
 #include <cstdint>
 #include <vector>
 
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
 namespace {
 
 // Inclusive summed-area table: entry (y, x) holds the sum over rows 0..y and columns 0..x.
@@ -37,6 +41,32 @@ inline int64_t cornerSum(const std::vector<int64_t>& table, int cols, int x1, in
 {
     auto at = [&](int x, int y) { return table[static_cast<size_t>(y) * cols + x]; };
     return at(x2, y2) - at(x1, y2) - at(x2, y1) + at(x1, y1);
+}
+
+// One row of the mean threshold: opaque white where gray >= mean - 4, else opaque black
+// (R, G, B, A in memory, as COLOR_GRAY2BGRA writes them).
+void meanThresholdRow(const uchar* gray, const uchar* mean, uint32_t* out, int width)
+{
+    constexpr uint32_t black = 0xFF000000u;
+    int x = 0;
+#ifdef __SSE2__
+    const __m128i four = _mm_set1_epi8(4);
+    const __m128i alpha = _mm_set1_epi32(int(black));
+    for (; x + 16 <= width; x += 16) {
+        const __m128i g = _mm_loadu_si128(reinterpret_cast<const __m128i*>(gray + x));
+        const __m128i floor = _mm_subs_epu8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(mean + x)), four);
+        const __m128i white = _mm_cmpeq_epi8(_mm_max_epu8(g, floor), g); // 0xFF where g >= floor
+        const __m128i low = _mm_unpacklo_epi8(white, white);
+        const __m128i high = _mm_unpackhi_epi8(white, white);
+        __m128i* to = reinterpret_cast<__m128i*>(out + x);
+        _mm_storeu_si128(to, _mm_or_si128(_mm_unpacklo_epi16(low, low), alpha));
+        _mm_storeu_si128(to + 1, _mm_or_si128(_mm_unpackhi_epi16(low, low), alpha));
+        _mm_storeu_si128(to + 2, _mm_or_si128(_mm_unpacklo_epi16(high, high), alpha));
+        _mm_storeu_si128(to + 3, _mm_or_si128(_mm_unpackhi_epi16(high, high), alpha));
+    }
+#endif
+    for (; x < width; ++x)
+        out[x] = int(gray[x]) - int(mean[x]) > -5 ? 0xFFFFFFFFu : black;
 }
 
 } // namespace
@@ -114,12 +144,17 @@ QImage ImageUtil::pdfPageToFax(const QImage& rendered)
                          static_cast<size_t>(scaled.bytesPerLine()));
     cv::Mat below = gray.rowRange(top, FAX_PAGE_HGIEHT);
     cv::cvtColor(source, below, cv::COLOR_RGBA2GRAY);
-    cv::adaptiveThreshold(gray, gray, 255.0, cv::ADAPTIVE_THRESH_MEAN_C, cv::THRESH_BINARY, 15, 5.0);
 
-    // Written straight into the page instead of through a Mat and a copy.
+    // adaptiveThreshold (mean of 15 x 15, C 5, binary) is the block mean with replicated
+    // borders and then "white when gray - mean > -5", that is gray >= mean - 4. Done here
+    // straight into the RGBA page, it saves the thresholded plane and its colour conversion.
+    cv::Mat mean;
+    cv::boxFilter(gray, mean, CV_8U, cv::Size(15, 15), cv::Point(-1, -1), true,
+                  cv::BORDER_REPLICATE | cv::BORDER_ISOLATED);
     QImage page(FAX_PAGE_WIDTH, FAX_PAGE_HGIEHT, QImage::Format_RGBA8888);
-    cv::Mat target(page.height(), page.width(), CV_8UC4, page.bits(), static_cast<size_t>(page.bytesPerLine()));
-    cv::cvtColor(gray, target, cv::COLOR_GRAY2BGRA);
+    for (int y = 0; y < FAX_PAGE_HGIEHT; ++y)
+        meanThresholdRow(gray.ptr<uchar>(y), mean.ptr<uchar>(y), reinterpret_cast<uint32_t*>(page.scanLine(y)),
+                         FAX_PAGE_WIDTH);
     return page;
 }
 
