@@ -7,6 +7,7 @@
 #include <QFile>
 #include <QGroupBox>
 #include <QLabel>
+#include <QLineEdit>
 #include <QPushButton>
 #include <QSpinBox>
 #include <QTranslator>
@@ -49,6 +50,24 @@ private slots:
         }
         SettingDialog reopened;
         QCOMPARE(TestSupport::find<QSpinBox>(&reopened, "spin_fax_time")->value(), 45);
+    }
+
+    void externalProgramsAreSettings()
+    {
+        {
+            SettingDialog dialog;
+            QVERIFY(TestSupport::find<QLineEdit>(&dialog, "edit_ocr_program")->text().isEmpty());
+            TestSupport::find<QLineEdit>(&dialog, "edit_ocr_program")->setText(QStringLiteral(" /opt/ocr/bin/ocr "));
+            TestSupport::find<QLineEdit>(&dialog, "edit_log_viewer")->setText(QStringLiteral("kate %1"));
+            TestSupport::find<QLineEdit>(&dialog, "edit_address_service")->setText(QStringLiteral("https://addr.example/q"));
+            TestSupport::find<QPushButton>(&dialog, "button_confirm")->click();
+        }
+        auto config = AppSettings::userConfig();
+        QCOMPARE(config->value(AppSettings::KEY_OCR_PROGRAM).toString(), QStringLiteral("/opt/ocr/bin/ocr"));
+        QCOMPARE(config->value(AppSettings::KEY_LOG_VIEWER).toString(), QStringLiteral("kate %1"));
+        QCOMPARE(config->value(AppSettings::KEY_ADDRESS_SERVICE_URL).toString(), QStringLiteral("https://addr.example/q"));
+        SettingDialog reopened;
+        QCOMPARE(TestSupport::find<QLineEdit>(&reopened, "edit_log_viewer")->text(), QStringLiteral("kate %1"));
     }
 
     void handWrittenValueOutsideTheRangeStaysUntilAccepted()
