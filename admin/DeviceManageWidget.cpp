@@ -115,7 +115,8 @@ void DeviceManageWidget::on_pushButton_clicked()
 
 void DeviceManageWidget::on_button_delete_device_clicked()
 {
-    if (MessageBoxUtil::question(this, QStringLiteral("Velkor"), tr("确定要删除此设备并清除此设备下的传真?"))
+    if (MessageBoxUtil::question(this, QStringLiteral("Velkor"), tr("确定要删除此设备并清除此设备下的传真?"),
+                                 QMessageBox::Warning)
         != QMessageBox::Yes)
         return;
     // Only the binding on this side ends; the device is not told.

@@ -68,7 +68,8 @@ void FirmwareUpgradeWidget::updateResult(bool ok)
 void FirmwareUpgradeWidget::on_button_reboot_clicked()
 {
     if (MessageBoxUtil::question(this, QStringLiteral("Velkor消息"),
-                                 tr("此操作将影响当前用户工作数据,并且服务器将重新启动，您确定要继续吗?"))
+                                 tr("此操作将影响当前用户工作数据,并且服务器将重新启动，您确定要继续吗?"),
+                                 QMessageBox::Warning)
         != QMessageBox::Yes)
         return;
     emit m_controller->rebootDevice(m_device);

@@ -36,13 +36,16 @@ void MessageBoxUtil::criticalMsg(QWidget* parent, const QString& title, const QS
     show(QMessageBox::Critical, QStringLiteral("critical"), parent, title, text);
 }
 
-QMessageBox::StandardButton MessageBoxUtil::question(QWidget* parent, const QString& title, const QString& text)
+QMessageBox::StandardButton MessageBoxUtil::question(QWidget* parent, const QString& title, const QString& text,
+                                                     QMessageBox::Icon icon)
 {
     if (recording) {
         shownBoxes.append({QStringLiteral("question"), title, text});
         return answers.isEmpty() ? QMessageBox::No : answers.takeFirst();
     }
-    return QMessageBox::question(parent, title, text, QMessageBox::Yes | QMessageBox::No, QMessageBox::No);
+    QMessageBox box(icon, title, text, QMessageBox::Yes | QMessageBox::No, parent);
+    box.setDefaultButton(QMessageBox::No);
+    return QMessageBox::StandardButton(box.exec());
 }
 
 void MessageBoxUtil::setRecording(bool on)

@@ -21,8 +21,10 @@ public:
     static void warningMsg(QWidget* parent, const QString& title, const QString& text);
     static void infoMsg(QWidget* parent, const QString& title, const QString& text);
     static void criticalMsg(QWidget* parent, const QString& title, const QString& text);
-    // A Yes/No question; returns QMessageBox::Yes or QMessageBox::No.
-    static QMessageBox::StandardButton question(QWidget* parent, const QString& title, const QString& text);
+    // A Yes/No question, No the default; returns QMessageBox::Yes or QMessageBox::No. Questions
+    // about destroying data or restarting the device carry the warning icon.
+    static QMessageBox::StandardButton question(QWidget* parent, const QString& title, const QString& text,
+                                                QMessageBox::Icon icon = QMessageBox::Question);
 
     // Test seam.
     static void setRecording(bool on);
