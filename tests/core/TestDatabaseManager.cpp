@@ -10,7 +10,6 @@
 #include <QSqlQuery>
 #include <QtTest>
 
-#include <algorithm>
 
 namespace {
 
@@ -73,45 +72,21 @@ QSet<int> ids(const QList<Fax>& faxes)
 Contact fullContact(const QString& mark)
 {
     Contact c;
-    c.firstName = "first" + mark;
-    c.lastName = "last" + mark;
-    c.represented = "shown" + mark;
-    c.company = "company" + mark;
-    c.department = "department" + mark;
-    c.job = "job" + mark;
-    c.businessFax = "bfax" + mark;
-    c.houseFax = "hfax" + mark;
-    c.otherFax = "ofax" + mark;
-    c.businessNumber = "bnum" + mark;
-    c.houseNumber = "hnum" + mark;
-    c.mobile = "mobile" + mark;
-    c.code = "code" + mark;
-    c.address = "address" + mark;
-    c.email = "email" + mark;
-    c.remark = "remark" + mark;
+    QString* fields[] = {&c.firstName, &c.lastName, &c.represented, &c.company, &c.department, &c.job, &c.businessFax, &c.houseFax,
+                         &c.otherFax, &c.businessNumber, &c.houseNumber, &c.mobile, &c.code, &c.address, &c.email, &c.remark};
+    int n = 0;
+    for (QString* field : fields)
+        *field = QStringLiteral("f%1-%2").arg(n++).arg(mark);
     c.contact_type_id = 7;
     return c;
 }
 
-void compareContacts(const Contact& a, const Contact& b)
+// Every stored column of a contact, so that two swapped columns show up in one comparison.
+QString columns(const Contact& c)
 {
-    QCOMPARE(a.firstName, b.firstName);
-    QCOMPARE(a.lastName, b.lastName);
-    QCOMPARE(a.represented, b.represented);
-    QCOMPARE(a.company, b.company);
-    QCOMPARE(a.department, b.department);
-    QCOMPARE(a.job, b.job);
-    QCOMPARE(a.businessFax, b.businessFax);
-    QCOMPARE(a.houseFax, b.houseFax);
-    QCOMPARE(a.otherFax, b.otherFax);
-    QCOMPARE(a.businessNumber, b.businessNumber);
-    QCOMPARE(a.houseNumber, b.houseNumber);
-    QCOMPARE(a.mobile, b.mobile);
-    QCOMPARE(a.code, b.code);
-    QCOMPARE(a.address, b.address);
-    QCOMPARE(a.email, b.email);
-    QCOMPARE(a.remark, b.remark);
-    QCOMPARE(a.contact_type_id, b.contact_type_id);
+    return QStringList{c.firstName, c.lastName, c.represented, c.company, c.department, c.job, c.businessFax, c.houseFax, c.otherFax,
+                       c.businessNumber, c.houseNumber, c.mobile, c.code, c.address, c.email, c.remark, QString::number(c.contact_type_id)}
+        .join(QLatin1Char('|'));
 }
 
 } // namespace
@@ -529,58 +504,6 @@ private slots:
         QCOMPARE(outbox[0].sender, QStringLiteral("sender-7770")); // the sender of a sent fax is never replaced
     }
 
-    // The indexes made by createTables change the plans of the folder queries, not their rows.
-    void indexesLeaveFolderQueriesUnchanged()
-    {
-        DatabaseManager db;
-        const Device device = storeDevice(QStringLiteral("P1"));
-        QList<Contact> contacts;
-        for (int i = 0; i < 30; ++i) {
-            Contact c = fullContact(QString::number(i));
-            c.businessFax = QStringLiteral("1%1").arg(i % 12); // some numbers twice
-            c.houseFax = QStringLiteral("2%1").arg(i);
-            c.otherFax = i % 3 ? QStringLiteral("3%1").arg(i) : QString();
-            c.represented = QStringLiteral("Contact %1").arg(i);
-            contacts.append(c);
-        }
-        QVERIFY(db.addContactList(contacts));
-        const QStringList numbers { "10", "11", "25", "33", "34", "999", "", "210" };
-        for (int i = 0; i < 40; ++i) {
-            Fax fax = makeFax(i % 2, numbers.at(i % numbers.size()),
-                              QStringLiteral("2024-03-%1 10:00:00").arg(1 + i % 9, 2, 10, QLatin1Char('0')), i, i % 4);
-            fax.isDelete = i % 7 == 0;
-            storeFax(fax, device.id);
-        }
-        auto rows = [] {
-            DatabaseManager q;
-            QStringList all;
-            const QList<QList<Fax>> folders { q.queryReceiveFaxes(), q.querySendFaxes(), q.queryDeleteFaxes(),
-                                              q.queryUploadingFax() };
-            for (int f = 0; f < folders.size(); ++f) {
-                for (int i = 0; i < folders[f].size(); ++i) {
-                    const Fax& x = folders[f][i];
-                    if (i > 0 && folders[f][i - 1].time < x.time)
-                        all << QStringLiteral("out of order");
-                    all << QStringLiteral("%1|%2|%3|%4|%5|%6").arg(f).arg(x.id).arg(x.sender, x.receiver, x.time).arg(x.status);
-                }
-            }
-            std::sort(all.begin(), all.end());
-            return all;
-        };
-        const QStringList indexed = rows();
-        QVERIFY(indexed.size() > 40);
-        QSqlQuery drop(ConnectionPool::openConnection());
-        for (const char* name : { "CONTACTS_businessFax", "CONTACTS_houseFax", "CONTACTS_otherFax", "FAXES_device_id",
-                                  "FAXES_taskID", "DEVICES_user_id" })
-            QVERIFY2(drop.exec(QStringLiteral("DROP INDEX %1").arg(QLatin1String(name))), name);
-        QCOMPARE(rows(), indexed);
-        db.createTables(); // puts them back on an existing store
-        QVERIFY(drop.exec(QStringLiteral("SELECT count(*) FROM sqlite_master WHERE type = 'index' AND name NOT LIKE 'sqlite_%'")));
-        QVERIFY(drop.next());
-        QCOMPARE(drop.value(0).toInt(), 6);
-        QCOMPARE(rows(), indexed);
-    }
-
     void deleteDeviceRemovesFaxesNotFiles()
     {
         DatabaseManager db;
@@ -623,7 +546,7 @@ private slots:
         Contact quoted = fullContact("'q");
         QVERIFY(db.addContact(quoted));
         QVERIFY(quoted.id > 0);
-        compareContacts(db.findContact(quoted), quoted);
+        QCOMPARE(columns(db.findContact(quoted)), columns(quoted));
         QString number = quoted.houseFax;
         QCOMPARE(db.findContactByFaxNumber(number).id, quoted.id);
         QString injection = kInjection;
@@ -632,15 +555,15 @@ private slots:
         Contact changed = fullContact("'changed");
         changed.id = quoted.id;
         QVERIFY(db.updateContact(changed));
-        compareContacts(db.findContact(changed), changed);
+        QCOMPARE(columns(db.findContact(changed)), columns(changed));
 
         QList<Contact> batch{fullContact("'a"), fullContact("'b")};
         batch[1].contact_type_id = 9;
         QVERIFY(db.addContactList(batch));
         const QList<Contact> all = db.queryContacts();
         QCOMPARE(all.size(), 3);
-        compareContacts(all[1], batch[0]);
-        compareContacts(all[2], batch[1]);
+        QCOMPARE(columns(all[1]), columns(batch[0]));
+        QCOMPARE(columns(all[2]), columns(batch[1]));
         QCOMPARE(db.queryContacts(9).size(), 1);
         QCOMPARE(db.queryContacts(7).size(), 2);
 
