@@ -1,7 +1,7 @@
 // The viewer on a long fax.
 //   bench_viewer make <file.tif> <pages>   a G3 fax file written by TiffUtil
-//   bench_viewer open <file.tif>           MyImageViewer opens it and shows page 1;
-//       then ten page turns forward, for the cost of a turn.
+//   bench_viewer open <file.tif> [turns]   MyImageViewer opens it and shows page 1; then
+//       the given number of page turns forward (none by default), for the cost of a turn.
 
 #include "BenchSupport.h"
 
@@ -50,7 +50,7 @@ int makeFax(const QString& path, int pages)
     return TiffUtil::writeImgToTiff(images, path) ? 0 : 1;
 }
 
-int openFax(QString path)
+int openFax(QString path, int turnsWanted)
 {
     MyImageViewer viewer;
     viewer.resize(900, 1100);
@@ -64,7 +64,7 @@ int openFax(QString path)
         return 1;
     const double turnStart = now();
     int turns = 0;
-    for (; turns < 10 && viewer.next() == 0; ++turns)
+    for (; turns < turnsWanted && viewer.next() == 0; ++turns)
         QApplication::processEvents();
     const double turnSeconds = turns > 0 ? (now() - turnStart) / turns : 0.0;
     result({ QStringLiteral("pages=%1").arg(viewer.pageCount()), "open_s=" + num(openSeconds),
@@ -82,8 +82,8 @@ int command(const QStringList& args)
     if (command == QLatin1String("make") && args.size() >= 3)
         return makeFax(args.at(1), args.at(2).toInt());
     if (command == QLatin1String("open") && args.size() >= 2)
-        return openFax(args.at(1));
-    std::fprintf(stderr, "usage: bench_viewer make <file.tif> <pages> | open <file.tif>\n");
+        return openFax(args.at(1), args.value(2).toInt());
+    std::fprintf(stderr, "usage: bench_viewer make <file.tif> <pages> | open <file.tif> [turns]\n");
     return 2;
 }
 

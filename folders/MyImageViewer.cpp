@@ -80,12 +80,13 @@ int MyImageViewer::openImageResource(QString& path)
         return -1;
     m_path = path;
     m_pageCount = TiffUtil::getTiffPage(path);
-    if (pageImage(0).isNull()) {
+    const QImage first = pageImage(0);
+    if (first.isNull()) {
         clear();
         MessageBoxUtil::criticalMsg(this, QStringLiteral("Velkor"), tr("打开TIFF文件失败"));
         return -1;
     }
-    showPage();
+    showPage(first);
     return 0;
 }
 
@@ -108,12 +109,12 @@ QImage MyImageViewer::pageImage(int index)
 
 // A page always starts afresh: no rotation, no remembered size, six tenths of its size. A new
 // file does the same, or the zoom of the last file would carry over to it.
-void MyImageViewer::showPage()
+void MyImageViewer::showPage(const QImage& page)
 {
     m_rotation = 0;
     m_width = 0;
     m_height = 0;
-    m_page = pageImage(m_index);
+    m_page = page;
     upgradeFileInfo(m_page, m_rotation, ZOOM_OPEN);
 }
 
@@ -144,14 +145,18 @@ int MyImageViewer::next()
 {
     if (m_index + 1 >= m_pageCount)
         return -1;
+    // The page shown is let go first, so two decoded pages are not held at once.
+    m_page = QImage();
+    const QImage page = pageImage(m_index + 1);
     // A damaged page ends the fax here, as it ends the reading of the whole file.
-    if (pageImage(m_index + 1).isNull()) {
+    if (page.isNull()) {
+        m_page = pageImage(m_index);
         m_pageCount = m_index + 1;
         ui->edit_page->setText(QStringLiteral("%1/%2").arg(m_index + 1).arg(m_pageCount));
         return -1;
     }
     ++m_index;
-    showPage();
+    showPage(page);
     return 0;
 }
 
@@ -160,7 +165,8 @@ int MyImageViewer::last()
     if (m_index <= 0 || m_pageCount == 0)
         return -1;
     --m_index;
-    showPage();
+    m_page = QImage();
+    showPage(pageImage(m_index));
     return 0;
 }
 

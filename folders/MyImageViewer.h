@@ -50,7 +50,7 @@ protected:
     void changeEvent(QEvent* event) override;
 
 private:
-    void showPage();
+    void showPage(const QImage& page);
     void clear();
     // The decoded page, from the cache or the file; null when it cannot be read.
     QImage pageImage(int index);
