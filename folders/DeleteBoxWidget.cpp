@@ -3,6 +3,7 @@
 #include "ui_DeleteBoxWidget.h"
 
 #include "DatabaseManager.h"
+#include "FaxRows.h"
 #include "FaxStatus.h"
 #include "FaxTable.h"
 
@@ -20,12 +21,10 @@ DeleteBoxWidget::DeleteBoxWidget(QWidget* parent)
     , ui(new Ui::DeleteBoxWidget)
 {
     ui->setupUi(this);
-    // The table takes the larger share; the preview scrolls.
-    ui->splitter->setStretchFactor(0, 2);
-    ui->splitter->setStretchFactor(1, 1);
-    ui->splitter->setSizes({ 800, 400 });
+    FaxTable::splitWithPreview(ui->splitter);
     FaxTable::setup(ui->tableWidget, headers(), QHeaderView::Interactive);
-    ui->tableWidget->verticalHeader()->setVisible(false);
+    m_rows = std::make_unique<FaxRows>(this, ui->tableWidget, ui->imageViewer, m_faxes,
+                                       [this](int row, const Fax& fax) { setDatas(row, fax); });
     reacquire();
     // A first start fits the columns to what they hold; later starts take the user's widths.
     ui->tableWidget->resizeColumnsToContents();
@@ -67,79 +66,53 @@ void DeleteBoxWidget::reacquire()
 {
     m_faxes = DatabaseManager().queryDeleteFaxes();
     ui->tableWidget->clearContents();
-    ui->tableWidget->setRowCount(m_faxes.size());
-    for (int row = 0; row < m_faxes.size(); ++row)
-        setDatas(row, m_faxes.at(row));
+    m_rows->showAll();
 }
 
 void DeleteBoxWidget::addFax(QList<Fax>& faxes)
 {
     for (Fax fax : faxes) {
         fax.isDelete = 1;
-        ui->tableWidget->insertRow(0);
-        setDatas(0, fax);
-        m_faxes.prepend(fax);
+        m_rows->prepend(fax);
     }
 }
 
 void DeleteBoxWidget::clearSelectItems()
 {
-    QString none;
-    ui->imageViewer->openImageResource(none);
-    ui->tableWidget->setCurrentItem(nullptr);
+    m_rows->clearSelection();
 }
 
 Fax DeleteBoxWidget::getSelectItemPath()
 {
-    return m_faxes.value(ui->tableWidget->currentRow());
-}
-
-bool DeleteBoxWidget::takeCurrent(Fax& fax)
-{
-    const int row = ui->tableWidget->currentRow();
-    if (row < 0 || row >= m_faxes.size())
-        return false;
-    fax = m_faxes.takeAt(row);
-    ui->tableWidget->removeRow(row);
-    // The preview may show the fax that has just gone.
-    QString none;
-    ui->imageViewer->openImageResource(none);
-    return true;
+    return m_rows->currentFax().value_or(Fax());
 }
 
 void DeleteBoxWidget::restore()
 {
-    Fax fax;
-    if (!takeCurrent(fax))
+    std::optional<Fax> fax = m_rows->takeCurrent();
+    if (!fax)
         return;
-    DatabaseManager().restoreFax(fax);
-    fax.isDelete = 0;
-    emit restoreFax(fax);
+    DatabaseManager().restoreFax(*fax);
+    fax->isDelete = 0;
+    emit restoreFax(*fax);
 }
 
 // Only the record goes: the fax file stays on disk, as a deleted fax is still the user's paper.
 void DeleteBoxWidget::deletePermanently()
 {
-    Fax fax;
-    if (!takeCurrent(fax))
-        return;
-    DatabaseManager().permanentlyDelete(fax);
+    if (std::optional<Fax> fax = m_rows->takeCurrent())
+        DatabaseManager().permanentlyDelete(*fax);
 }
 
 void DeleteBoxWidget::on_tableWidget_clicked(const QModelIndex& index)
 {
-    if (index.row() < 0 || index.row() >= m_faxes.size())
-        return;
-    QString path = m_faxes.at(index.row()).filepath;
-    ui->imageViewer->openImageResource(path);
+    m_rows->preview(index.row());
 }
 
 void DeleteBoxWidget::on_tableWidget_doubleClicked(const QModelIndex& index)
 {
-    if (index.row() < 0 || index.row() >= m_faxes.size())
-        return;
-    Fax fax = m_faxes.at(index.row());
-    emit showFaxDetailWindow(fax);
+    if (std::optional<Fax> fax = m_rows->faxAt(index.row()))
+        emit showFaxDetailWindow(*fax);
 }
 
 void DeleteBoxWidget::on_tableWidget_customContextMenuRequested(const QPoint& pos)

@@ -5,7 +5,9 @@
 #include <QList>
 #include <QModelIndex>
 #include <QWidget>
+#include <memory>
 
+class FaxRows;
 class QMenu;
 
 namespace Ui {
@@ -56,11 +58,10 @@ private:
     void createRightMenu();
     QStringList headers() const;
     void setDatas(int row, const Fax& fax);
-    // Takes the current row out of table, list and preview; false when there is none.
-    bool takeCurrent(Fax& fax);
 
     Ui::DeleteBoxWidget* ui;
     QList<Fax> m_faxes;
+    std::unique_ptr<FaxRows> m_rows;
     QMenu* m_menu = nullptr;
     QAction* m_actionRestore = nullptr;
     QAction* m_actionDelete = nullptr;

@@ -2,6 +2,7 @@
 
 #include <QAbstractItemView>
 #include <QItemSelectionModel>
+#include <QSplitter>
 #include <QTableWidget>
 #include <algorithm>
 
@@ -16,7 +17,15 @@ void FaxTable::setup(QTableWidget* table, const QStringList& headers, QHeaderVie
     table->setSortingEnabled(false);
     table->horizontalHeader()->setSectionsMovable(true);
     table->horizontalHeader()->setSectionResizeMode(mode);
+    table->verticalHeader()->setVisible(false);
     table->setContextMenuPolicy(Qt::CustomContextMenu);
+}
+
+void FaxTable::splitWithPreview(QSplitter* splitter)
+{
+    splitter->setStretchFactor(0, 2);
+    splitter->setStretchFactor(1, 1);
+    splitter->setSizes({ 800, 400 });
 }
 
 void FaxTable::setRow(QTableWidget* table, int row, const QStringList& texts)

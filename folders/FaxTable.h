@@ -6,6 +6,7 @@
 #include <QStringList>
 #include <memory>
 
+class QSplitter;
 class QTableWidget;
 
 // What the three fax folders (inbox, outbox, deleted items) have in common: a table whose rows
@@ -14,8 +15,11 @@ class FaxTable
 {
 public:
     // Columns and headers; solid grid, whole-row selection, no editing, no sorting (a sort would
-    // break the row-by-row mirror of the list), movable sections, custom context menu.
+    // break the row-by-row mirror of the list), movable sections, no row numbers, custom
+    // context menu.
     static void setup(QTableWidget* table, const QStringList& headers, QHeaderView::ResizeMode mode);
+    // The table beside its preview takes two thirds of the width.
+    static void splitWithPreview(QSplitter* splitter);
     // Gives the row fresh items with these texts, one a column.
     static void setRow(QTableWidget* table, int row, const QStringList& texts);
     // The selected rows, highest first, so that removing them one by one shifts none still to come.

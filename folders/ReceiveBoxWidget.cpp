@@ -2,16 +2,12 @@
 
 #include "ui_ReceiveBoxWidget.h"
 
-#include "AddContactDialog.h"
 #include "AppSettings.h"
-#include "Contact.h"
 #include "Controller.h"
 #include "DatabaseManager.h"
-#include "DialogUtil.h"
-#include "FaxDistributeDialog.h"
+#include "FaxRows.h"
 #include "FaxStatus.h"
 #include "FaxTable.h"
-#include "LogUtil.h"
 #include "OCRUtil.h"
 
 #include <QCursor>
@@ -40,11 +36,10 @@ ReceiveBoxWidget::ReceiveBoxWidget(QWidget* parent)
     , m_pollTimer(this)
 {
     ui->setupUi(this);
-    ui->splitter->setStretchFactor(0, 2);
-    ui->splitter->setStretchFactor(1, 1);
-    ui->splitter->setSizes({ 800, 400 });
+    FaxTable::splitWithPreview(ui->splitter);
     FaxTable::setup(ui->tableWidget, headers(), QHeaderView::Stretch);
-    ui->tableWidget->verticalHeader()->setVisible(false);
+    m_rows = std::make_unique<FaxRows>(this, ui->tableWidget, ui->imageViewer, m_faxes,
+                                       [this](int row, Fax& fax) { setDatas(row, fax); });
     reacquire();
     FaxTable::restoreHeaderState(ui->tableWidget, HEADER_KEY);
 
@@ -85,10 +80,7 @@ void ReceiveBoxWidget::setDatas(int row, Fax& fax)
 void ReceiveBoxWidget::refill()
 {
     m_faxes = DatabaseManager().queryReceiveFaxes();
-    // Rows beyond the list would break the row-by-row mirror, so the count follows the list.
-    ui->tableWidget->setRowCount(m_faxes.size());
-    for (int row = 0; row < m_faxes.size(); ++row)
-        setDatas(row, m_faxes[row]);
+    m_rows->showAll();
 }
 
 void ReceiveBoxWidget::reacquire()
@@ -140,27 +132,17 @@ void ReceiveBoxWidget::handleBackgroundDownloadInfoResult(QList<Fax>& newFaxes)
 void ReceiveBoxWidget::addFax(Fax& fax)
 {
     fax.isDelete = 0;
-    ui->tableWidget->insertRow(0);
-    setDatas(0, fax);
-    m_faxes.prepend(fax);
+    m_rows->prepend(fax);
 }
 
 void ReceiveBoxWidget::clearSelectItems()
 {
-    QString none;
-    ui->imageViewer->openImageResource(none);
-    ui->tableWidget->setCurrentItem(nullptr);
-}
-
-int ReceiveBoxWidget::currentFaxRow() const
-{
-    const int row = ui->tableWidget->currentRow();
-    return row >= 0 && row < m_faxes.size() ? row : -1;
+    m_rows->clearSelection();
 }
 
 Fax ReceiveBoxWidget::getSelectItemPath()
 {
-    return m_faxes.value(ui->tableWidget->currentRow());
+    return m_rows->currentFax().value_or(Fax());
 }
 
 void ReceiveBoxWidget::setReadState(int row, int status)
@@ -175,133 +157,76 @@ void ReceiveBoxWidget::setReadState(int row, int status)
 void ReceiveBoxWidget::on_tableWidget_clicked(const QModelIndex& index)
 {
     const int row = index.row();
-    if (row < 0 || row >= m_faxes.size())
+    if (!m_rows->preview(row))
         return;
-    QString path = m_faxes.at(row).filepath;
-    ui->imageViewer->openImageResource(path);
     if (m_faxes.at(row).status == FaxStatus::RECV_FAX_UNREAD)
         setReadState(row, FaxStatus::RECV_FAX_READED);
 }
 
 void ReceiveBoxWidget::on_tableWidget_doubleClicked(const QModelIndex& index)
 {
-    if (index.row() < 0 || index.row() >= m_faxes.size())
-        return;
-    Fax fax = m_faxes.at(index.row());
-    emit showFaxDetailWindow(fax);
+    if (std::optional<Fax> fax = m_rows->faxAt(index.row()))
+        emit showFaxDetailWindow(*fax);
 }
 
 void ReceiveBoxWidget::on_tableWidget_customContextMenuRequested(const QPoint& pos)
 {
-    const QModelIndex index = ui->tableWidget->indexAt(pos);
-    if (!index.isValid() || index.row() >= m_faxes.size())
+    const int row = m_rows->rowAt(pos);
+    if (row < 0)
         return;
-    delete m_menu; // only the last menu is kept
-    m_menu = new QMenu(this);
-    m_menu->setObjectName(QStringLiteral("menu_right"));
-    m_menu->setAttribute(Qt::WA_DeleteOnClose);
-    m_menu->addAction(tr("回复"), this, &ReceiveBoxWidget::actionReply);
-    m_menu->addAction(tr("转发"), this, &ReceiveBoxWidget::actionForward);
-    m_menu->addAction(tr("删除"), this, &ReceiveBoxWidget::actionDelete);
-    m_menu->addAction(tr("内部分发"), this, &ReceiveBoxWidget::actionDistribute);
-    m_menu->addAction(tr("添加备注"), this, &ReceiveBoxWidget::actionRemark);
-    m_menu->addAction(tr("保存为联系人"), this, &ReceiveBoxWidget::actionAddContact);
-    m_menu->addAction(tr("OCR识别"), this, &ReceiveBoxWidget::actionOCR);
-    const int status = m_faxes.at(index.row()).status;
+    QMenu* menu = m_rows->newMenu();
+    menu->addAction(tr("回复"), this, &ReceiveBoxWidget::actionReply);
+    menu->addAction(tr("转发"), this, &ReceiveBoxWidget::actionForward);
+    menu->addAction(tr("删除"), this, &ReceiveBoxWidget::actionDelete);
+    menu->addAction(tr("内部分发"), this, &ReceiveBoxWidget::actionDistribute);
+    menu->addAction(tr("添加备注"), this, &ReceiveBoxWidget::actionRemark);
+    menu->addAction(tr("保存为联系人"), this, &ReceiveBoxWidget::actionAddContact);
+    menu->addAction(tr("OCR识别"), this, &ReceiveBoxWidget::actionOCR);
+    const int status = m_faxes.at(row).status;
     if (status == FaxStatus::RECV_FAX_UNREAD)
-        m_menu->addAction(tr("标记为已读"), this, &ReceiveBoxWidget::actionMakeReaded);
+        menu->addAction(tr("标记为已读"), this, &ReceiveBoxWidget::actionMakeReaded);
     else if (status == FaxStatus::RECV_FAX_READED)
-        m_menu->addAction(tr("标记为未读"), this, &ReceiveBoxWidget::actionMakeReaded);
-    m_menu->popup(QCursor::pos());
+        menu->addAction(tr("标记为未读"), this, &ReceiveBoxWidget::actionMakeReaded);
+    menu->popup(QCursor::pos());
 }
 
 void ReceiveBoxWidget::actionReply()
 {
-    const int row = currentFaxRow();
-    if (row < 0)
-        return;
-    Fax fax = m_faxes.at(row);
-    emit reply(fax);
+    if (std::optional<Fax> fax = m_rows->currentFax())
+        emit reply(*fax);
 }
 
 void ReceiveBoxWidget::actionForward()
 {
-    const int row = currentFaxRow();
-    if (row < 0)
-        return;
-    Fax fax = m_faxes.at(row);
-    emit forward(fax);
+    if (std::optional<Fax> fax = m_rows->currentFax())
+        emit forward(*fax);
 }
 
-// Rows go highest first, so that a removal shifts no row still to come. The files stay: a
-// deleted fax can be restored.
 void ReceiveBoxWidget::actionDelete()
 {
-    QList<Fax> deleted;
-    const QList<int> rows = FaxTable::selectedRowsDescending(ui->tableWidget);
-    for (int row : rows) {
-        LogUtil::d(QStringLiteral("row:%1").arg(row));
-        if (row >= m_faxes.size())
-            continue;
-        deleted.prepend(m_faxes.takeAt(row));
-        ui->tableWidget->removeRow(row);
-    }
-    if (deleted.isEmpty())
-        return;
-    QString none;
-    ui->imageViewer->openImageResource(none);
-    DatabaseManager().deleteFaxList(deleted);
-    emit deleteFax(deleted);
+    QList<Fax> deleted = m_rows->deleteSelected();
+    if (!deleted.isEmpty())
+        emit deleteFax(deleted);
 }
 
 void ReceiveBoxWidget::actionDistribute()
 {
-    const int row = currentFaxRow();
-    if (row < 0)
-        return;
-    const Fax& fax = m_faxes.at(row);
-    QString serverID = fax.serverID;
-    Device device = DatabaseManager().queryDevice(serverID);
-    QString taskID = QString::number(fax.taskID);
-    auto* dialog = new FaxDistributeDialog(device, taskID, this);
-    dialog->setAttribute(Qt::WA_DeleteOnClose);
-    dialog->show();
+    m_rows->distribute();
 }
 
 void ReceiveBoxWidget::actionRemark()
 {
-    const int row = currentFaxRow();
-    if (row < 0)
-        return;
-    bool ok = false;
-    const QString text = DialogUtil::getText(this, tr("添加备注"), QString(), QLineEdit::Normal,
-                                             m_faxes.at(row).remark, &ok);
-    if (!ok)
-        return;
-    Fax& fax = m_faxes[row];
-    fax.remark = text;
-    ui->tableWidget->setItem(row, COLUMN_REMARK, new QTableWidgetItem(text));
-    DatabaseManager().updateFaxRemark(fax);
+    m_rows->editRemark(COLUMN_REMARK, tr("添加备注"));
 }
 
 void ReceiveBoxWidget::actionAddContact()
 {
-    const int row = currentFaxRow();
-    if (row < 0)
-        return;
-    Contact contact;
-    contact.id = 0;
-    contact.businessFax = m_faxes.at(row).cid;
-    if (m_addContactDialog)
-        m_addContactDialog->close();
-    m_addContactDialog = new AddContactDialog(contact, this);
-    m_addContactDialog->setAttribute(Qt::WA_DeleteOnClose);
-    m_addContactDialog->show();
+    m_rows->addContact();
 }
 
 void ReceiveBoxWidget::actionOCR()
 {
-    const int row = currentFaxRow();
+    const int row = m_rows->currentRow();
     if (row < 0)
         return;
     OCRUtil::startRecognizer(this, m_faxes.at(row).filepath);
@@ -309,7 +234,7 @@ void ReceiveBoxWidget::actionOCR()
 
 void ReceiveBoxWidget::actionMakeReaded()
 {
-    const int row = currentFaxRow();
+    const int row = m_rows->currentRow();
     if (row < 0)
         return;
     const int status = m_faxes.at(row).status;

@@ -5,13 +5,12 @@
 
 #include <QList>
 #include <QModelIndex>
-#include <QPointer>
 #include <QTimer>
 #include <QWidget>
+#include <memory>
 
-class AddContactDialog;
 class Controller;
-class QMenu;
+class FaxRows;
 
 namespace Ui {
 class ReceiveBoxWidget;
@@ -82,13 +81,10 @@ private:
     // Takes the list from the database and makes the table show it.
     void refill();
     void setReadState(int row, int status);
-    // The current row when it holds a fax, else -1.
-    int currentFaxRow() const;
 
     Ui::ReceiveBoxWidget* ui;
     QList<Fax> m_faxes;
     Controller* m_controller = nullptr;
     QTimer m_pollTimer;
-    QPointer<QMenu> m_menu;
-    QPointer<AddContactDialog> m_addContactDialog;
+    std::unique_ptr<FaxRows> m_rows;
 };

@@ -2,12 +2,9 @@
 
 #include "ui_SendBoxWidget.h"
 
-#include "AddContactDialog.h"
-#include "Contact.h"
 #include "DatabaseManager.h"
-#include "DialogUtil.h"
-#include "FaxDistributeDialog.h"
 #include "FaxExporter.h"
+#include "FaxRows.h"
 #include "FaxStatus.h"
 #include "FaxTable.h"
 #include "LogUtil.h"
@@ -60,13 +57,11 @@ SendBoxWidget::SendBoxWidget(QWidget* parent)
     , m_statusTimer(this)
 {
     ui->setupUi(this);
-    // Eleven columns: the table gets the larger share than in the inbox.
-    ui->splitter->setStretchFactor(0, 2);
-    ui->splitter->setStretchFactor(1, 1);
-    ui->splitter->setSizes({ 800, 400 });
+    FaxTable::splitWithPreview(ui->splitter);
     FaxTable::setup(ui->tableWidget, headers(), QHeaderView::Interactive);
-    ui->tableWidget->verticalHeader()->setVisible(false);
     ui->tableWidget->horizontalHeader()->setStretchLastSection(true);
+    m_rows = std::make_unique<FaxRows>(this, ui->tableWidget, ui->imageViewer, m_faxes,
+                                       [this](int row, Fax& fax) { setDatas(row, fax); });
     setDefaultWidths();
     reacquire();
     FaxTable::restoreHeaderState(ui->tableWidget, HEADER_KEY);
@@ -123,17 +118,13 @@ void SendBoxWidget::reacquire()
 {
     ui->tableWidget->clearContents();
     m_faxes = DatabaseManager().querySendFaxes();
-    ui->tableWidget->setRowCount(m_faxes.size());
-    for (int row = 0; row < m_faxes.size(); ++row)
-        setDatas(row, m_faxes[row]);
+    m_rows->showAll();
 }
 
 void SendBoxWidget::insertFaxToList(QList<Fax> faxes)
 {
     for (Fax& fax : faxes) {
-        ui->tableWidget->insertRow(0);
-        m_faxes.prepend(fax);
-        setDatas(0, fax);
+        m_rows->prepend(fax);
         emit m_controller->sendFax(fax);
     }
 }
@@ -141,27 +132,17 @@ void SendBoxWidget::insertFaxToList(QList<Fax> faxes)
 void SendBoxWidget::addFax(Fax& fax)
 {
     fax.isDelete = 0;
-    ui->tableWidget->insertRow(0);
-    setDatas(0, fax);
-    m_faxes.prepend(fax);
+    m_rows->prepend(fax);
 }
 
 void SendBoxWidget::clearSelectItems()
 {
-    QString none;
-    ui->imageViewer->openImageResource(none);
-    ui->tableWidget->setCurrentItem(nullptr);
-}
-
-int SendBoxWidget::currentFaxRow() const
-{
-    const int row = ui->tableWidget->currentRow();
-    return row >= 0 && row < m_faxes.size() ? row : -1;
+    m_rows->clearSelection();
 }
 
 Fax SendBoxWidget::getSelectItemPath()
 {
-    return m_faxes.value(ui->tableWidget->currentRow());
+    return m_rows->currentFax().value_or(Fax());
 }
 
 void SendBoxWidget::get_fax_status()
@@ -223,63 +204,50 @@ void SendBoxWidget::updateFaxInfo(Fax& fax)
 
 void SendBoxWidget::on_tableWidget_clicked(const QModelIndex& index)
 {
-    if (index.row() < 0 || index.row() >= m_faxes.size())
-        return;
-    QString path = m_faxes.at(index.row()).filepath;
-    ui->imageViewer->openImageResource(path);
+    m_rows->preview(index.row());
 }
 
 void SendBoxWidget::on_tableWidget_doubleClicked(const QModelIndex& index)
 {
-    if (index.row() < 0 || index.row() >= m_faxes.size())
-        return;
-    Fax fax = m_faxes.at(index.row());
-    emit showFaxDetailWindow(fax);
+    if (std::optional<Fax> fax = m_rows->faxAt(index.row()))
+        emit showFaxDetailWindow(*fax);
 }
 
 void SendBoxWidget::on_tableWidget_customContextMenuRequested(const QPoint& pos)
 {
-    const QModelIndex index = ui->tableWidget->indexAt(pos);
-    if (!index.isValid() || index.row() >= m_faxes.size())
+    const int row = m_rows->rowAt(pos);
+    if (row < 0)
         return;
-    const int status = m_faxes.at(index.row()).status;
-    delete m_menu; // only the last menu is kept
-    m_menu = new QMenu(this);
-    m_menu->setObjectName(QStringLiteral("menu_right"));
-    m_menu->setAttribute(Qt::WA_DeleteOnClose);
-    m_menu->addAction(tr("转发"), this, &SendBoxWidget::actionForward);
-    m_menu->addAction(tr("重试"), this, &SendBoxWidget::actionRetry);
-    m_menu->addAction(tr("删除"), this, &SendBoxWidget::actionDelete);
-    m_menu->addAction(tr("添加备注"), this, &SendBoxWidget::actionRemark);
-    m_menu->addAction(tr("内部分发"), this, &SendBoxWidget::actionDistribute);
-    QAction* stop = m_menu->addAction(tr("取消发送"), this, &SendBoxWidget::actionStopSend);
+    const int status = m_faxes.at(row).status;
+    QMenu* menu = m_rows->newMenu();
+    menu->addAction(tr("转发"), this, &SendBoxWidget::actionForward);
+    menu->addAction(tr("重试"), this, &SendBoxWidget::actionRetry);
+    menu->addAction(tr("删除"), this, &SendBoxWidget::actionDelete);
+    menu->addAction(tr("添加备注"), this, &SendBoxWidget::actionRemark);
+    menu->addAction(tr("内部分发"), this, &SendBoxWidget::actionDistribute);
+    QAction* stop = menu->addAction(tr("取消发送"), this, &SendBoxWidget::actionStopSend);
     stop->setEnabled(status == FaxStatus::SEND_FAX_WAITTING || status == FaxStatus::SEND_FAX_SENDING);
-    QAction* upload = m_menu->addAction(tr("开始上传"), this, &SendBoxWidget::actionReUpload);
+    QAction* upload = menu->addAction(tr("开始上传"), this, &SendBoxWidget::actionReUpload);
     upload->setEnabled(status == FaxStatus::SEND_FAX_UNSEND);
-    m_menu->addAction(tr("保存为联系人"), this, &SendBoxWidget::actionAddContact);
-    m_menu->addAction(tr("传真发送报告"), this, &SendBoxWidget::actionTransReport);
-    m_menu->popup(QCursor::pos());
+    menu->addAction(tr("保存为联系人"), this, &SendBoxWidget::actionAddContact);
+    menu->addAction(tr("传真发送报告"), this, &SendBoxWidget::actionTransReport);
+    menu->popup(QCursor::pos());
 }
 
 void SendBoxWidget::actionForward()
 {
-    const int row = currentFaxRow();
-    if (row < 0)
-        return;
-    Fax fax = m_faxes.at(row);
-    emit forward(fax);
+    if (std::optional<Fax> fax = m_rows->currentFax())
+        emit forward(*fax);
 }
 
 void SendBoxWidget::deviceCommand(bool retry)
 {
-    const int row = currentFaxRow();
-    if (row < 0)
+    std::optional<Fax> fax = m_rows->currentFax();
+    if (!fax)
         return;
-    const Fax& fax = m_faxes.at(row);
-    QString serverID = fax.serverID;
-    Device device = DatabaseManager().queryDevice(serverID);
-    QString taskID = QString::number(fax.taskID);
-    LogUtil::d(QStringLiteral("serverId:%1 , taskID:%2").arg(serverID, taskID));
+    Device device = DatabaseManager().queryDevice(fax->serverID);
+    QString taskID = QString::number(fax->taskID);
+    LogUtil::d(QStringLiteral("serverId:%1 , taskID:%2").arg(fax->serverID, taskID));
     // The new state arrives with a later status round.
     if (retry)
         emit m_controller->sendFaxRetry(device, taskID);
@@ -300,82 +268,38 @@ void SendBoxWidget::actionStopSend()
 // Only a job whose upload failed is uploaded again; there is no automatic retry of an upload.
 void SendBoxWidget::actionReUpload()
 {
-    const int row = currentFaxRow();
+    const int row = m_rows->currentRow();
     if (row < 0 || m_faxes.at(row).status != FaxStatus::SEND_FAX_UNSEND)
         return;
     Fax fax = m_faxes.at(row);
     emit m_controller->sendFax(fax);
 }
 
-// Rows go highest first, so that a removal shifts no row still to come. The files stay: a
-// deleted fax can be restored.
 void SendBoxWidget::actionDelete()
 {
-    QList<Fax> deleted;
-    const QList<int> rows = FaxTable::selectedRowsDescending(ui->tableWidget);
-    for (int row : rows) {
-        LogUtil::d(QStringLiteral("row:%1").arg(row));
-        if (row >= m_faxes.size())
-            continue;
-        deleted.prepend(m_faxes.takeAt(row));
-        ui->tableWidget->removeRow(row);
-    }
-    if (deleted.isEmpty())
-        return;
-    QString none;
-    ui->imageViewer->openImageResource(none);
-    DatabaseManager().deleteFaxList(deleted);
-    emit deleteFax(deleted);
+    QList<Fax> deleted = m_rows->deleteSelected();
+    if (!deleted.isEmpty())
+        emit deleteFax(deleted);
 }
 
 void SendBoxWidget::actionRemark()
 {
-    const int row = currentFaxRow();
-    if (row < 0)
-        return;
-    bool ok = false;
-    const QString text = DialogUtil::getText(this, tr("添加备注"), QString(), QLineEdit::Normal,
-                                             m_faxes.at(row).remark, &ok);
-    if (!ok)
-        return;
-    Fax& fax = m_faxes[row];
-    fax.remark = text;
-    ui->tableWidget->setItem(row, COLUMN_REMARK, new QTableWidgetItem(text));
-    DatabaseManager().updateFaxRemark(fax);
+    m_rows->editRemark(COLUMN_REMARK, tr("添加备注"));
 }
 
 void SendBoxWidget::actionDistribute()
 {
-    const int row = currentFaxRow();
-    if (row < 0)
-        return;
-    const Fax& fax = m_faxes.at(row);
-    QString serverID = fax.serverID;
-    Device device = DatabaseManager().queryDevice(serverID);
-    QString taskID = QString::number(fax.taskID);
-    auto* dialog = new FaxDistributeDialog(device, taskID, this);
-    dialog->setAttribute(Qt::WA_DeleteOnClose);
-    dialog->show();
+    m_rows->distribute();
 }
 
 void SendBoxWidget::actionAddContact()
 {
-    const int row = currentFaxRow();
-    if (row < 0)
-        return;
-    Contact contact;
-    contact.id = 0;
-    contact.businessFax = m_faxes.at(row).cid;
-    if (m_addContactDialog)
-        m_addContactDialog->close();
-    m_addContactDialog = new AddContactDialog(contact, this);
-    m_addContactDialog->setAttribute(Qt::WA_DeleteOnClose);
-    m_addContactDialog->show();
+    m_rows->addContact();
 }
 
 void SendBoxWidget::actionTransReport()
 {
-    const int row = currentFaxRow();
+    const int row = m_rows->currentRow();
     if (row < 0)
         return;
     QImage report = makeTransReport(m_faxes.at(row));

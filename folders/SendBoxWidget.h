@@ -6,12 +6,11 @@
 #include <QList>
 #include <QModelIndex>
 #include <QPair>
-#include <QPointer>
 #include <QTimer>
 #include <QWidget>
+#include <memory>
 
-class AddContactDialog;
-class QMenu;
+class FaxRows;
 class SendFaxController;
 
 namespace Ui {
@@ -84,8 +83,6 @@ private:
     QStringList headers() const;
     void setDefaultWidths();
     void setDatas(int row, Fax& fax);
-    // The current row when it holds a fax, else -1.
-    int currentFaxRow() const;
     // Pause (stop) or retry of the current row's job on its device.
     void deviceCommand(bool retry);
 
@@ -93,6 +90,5 @@ private:
     QList<Fax> m_faxes;
     QTimer m_statusTimer;
     SendFaxController* m_controller = nullptr;
-    QPointer<QMenu> m_menu;
-    QPointer<AddContactDialog> m_addContactDialog;
+    std::unique_ptr<FaxRows> m_rows;
 };
