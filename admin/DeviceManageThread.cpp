@@ -166,27 +166,32 @@ bool DeviceManageThread::repeatedCommand(Device& device, const QString& request,
     return true;
 }
 
-QString DeviceManageThread::feedbackOf(Device& device, const QString& request)
+void DeviceManageThread::replyCommand(Device& device, const QString& request, ResultSignal result, bool flush)
 {
     QString reply;
-    command(device, request, &reply);
-    return feedback(reply);
+    if (command(device, request, &reply, flush))
+        emit (this->*result)(reply);
+}
+
+void DeviceManageThread::feedbackCommand(Device& device, const QString& request, ResultSignal result)
+{
+    QString reply;
+    if (!command(device, request, &reply))
+        return;
+    QString value = feedback(reply);
+    emit (this->*result)(value);
 }
 
 void DeviceManageThread::getServerInfomation(Device& device)
 {
     DoneGuard done(this);
-    QString reply;
-    if (command(device, action(QStringLiteral("GET_SVR_INFO")), &reply, true))
-        emit returnInfomation(reply);
+    replyCommand(device, action(QStringLiteral("GET_SVR_INFO")), &DeviceManageThread::returnInfomation, true);
 }
 
 void DeviceManageThread::getEmailSetting(Device& device)
 {
     DoneGuard done(this);
-    QString reply;
-    if (command(device, action(QStringLiteral("GET_PUB_SMTP_SETTING")), &reply, true))
-        emit returnEmailSetting(reply);
+    replyCommand(device, action(QStringLiteral("GET_PUB_SMTP_SETTING")), &DeviceManageThread::returnEmailSetting, true);
 }
 
 void DeviceManageThread::setEmailSetting(Device& device, QString& smtpAddr, QString& smtpUser, QString& emailFrom,
@@ -196,19 +201,13 @@ void DeviceManageThread::setEmailSetting(Device& device, QString& smtpAddr, QStr
     const QString request = action(QStringLiteral("SET_PUB_SMTP_SETTING")) + element(QStringLiteral("SMTP_ADDR"), smtpAddr)
         + element(QStringLiteral("SMTP_USER"), smtpUser) + element(QStringLiteral("EMAIL_ADDR_FROM"), emailFrom)
         + element(QStringLiteral("SMTP_PWD"), smtpPwd);
-    QString reply;
-    if (!command(device, request, &reply))
-        return;
-    QString result = feedback(reply);
-    emit returnSettingResult(result);
+    feedbackCommand(device, request, &DeviceManageThread::returnSettingResult);
 }
 
 void DeviceManageThread::getNetworkSetting(Device& device)
 {
     DoneGuard done(this);
-    QString reply;
-    if (command(device, action(QStringLiteral("GET_NETWORK_SETTING")), &reply))
-        emit returnNetworkSetting(reply);
+    replyCommand(device, action(QStringLiteral("GET_NETWORK_SETTING")), &DeviceManageThread::returnNetworkSetting);
 }
 
 void DeviceManageThread::setNetworkSetting(Device& device, QString& dhcpEnable, QString& ip, QString& ip2, QString& ip3,
@@ -219,19 +218,13 @@ void DeviceManageThread::setNetworkSetting(Device& device, QString& dhcpEnable, 
         + element(QStringLiteral("IP"), ip) + element(QStringLiteral("IP2"), ip2) + element(QStringLiteral("IP3"), ip3)
         + element(QStringLiteral("SUBNETMASK"), subnetMask) + element(QStringLiteral("GATEWAY"), gateway)
         + element(QStringLiteral("DNS"), dns) + element(QStringLiteral("VERIFY"), word(verify));
-    QString reply;
-    if (!command(device, request, &reply))
-        return;
-    QString result = feedback(reply);
-    emit returnSettingResult(result);
+    feedbackCommand(device, request, &DeviceManageThread::returnSettingResult);
 }
 
 void DeviceManageThread::getTimeSetting(Device& device)
 {
     DoneGuard done(this);
-    QString reply;
-    if (command(device, action(QStringLiteral("GET_TIME_SETTING")), &reply))
-        emit returnTimeSetting(reply);
+    replyCommand(device, action(QStringLiteral("GET_TIME_SETTING")), &DeviceManageThread::returnTimeSetting);
 }
 
 void DeviceManageThread::setTimeSetting(Device& device, QString& year, QString& month, QString& day, QString& hour,
@@ -245,11 +238,7 @@ void DeviceManageThread::setTimeSetting(Device& device, QString& year, QString& 
         + element(QStringLiteral("SECOND"), second) + element(QStringLiteral("FSK_SYNC"), fskSync)
         + element(QStringLiteral("FSK_TIME_ZONE"), fskTimeZone)
         + element(QStringLiteral("FSK_TIME_ZONE_NAME"), fskTimeZoneName);
-    QString reply;
-    if (!command(device, request, &reply))
-        return;
-    QString result = feedback(reply);
-    emit returnSettingResult(result);
+    feedbackCommand(device, request, &DeviceManageThread::returnSettingResult);
 }
 
 void DeviceManageThread::getUserList(Device& device)
@@ -265,19 +254,15 @@ void DeviceManageThread::getUserList(Device& device)
 void DeviceManageThread::getUserInfo(Device& device, QString& userName)
 {
     DoneGuard done(this);
-    QString reply;
-    if (command(device, action(QStringLiteral("GET_USER_INFO")) + element(QStringLiteral("USER_NAME"), userName), &reply))
-        emit returnUserInfo(reply);
+    replyCommand(device, action(QStringLiteral("GET_USER_INFO")) + element(QStringLiteral("USER_NAME"), userName),
+                 &DeviceManageThread::returnUserInfo);
 }
 
 void DeviceManageThread::deleteUser(Device& device, QString& userName)
 {
     DoneGuard done(this);
-    QString reply;
-    if (!command(device, action(QStringLiteral("DELETE_USER")) + element(QStringLiteral("USER_NAME"), userName), &reply))
-        return;
-    QString result = feedback(reply);
-    emit returnDeleteUser(result);
+    feedbackCommand(device, action(QStringLiteral("DELETE_USER")) + element(QStringLiteral("USER_NAME"), userName),
+                    &DeviceManageThread::returnDeleteUser);
 }
 
 void DeviceManageThread::setUserInfo(Device& device, QString& userName, QString& password, QString& extNum,
@@ -294,11 +279,7 @@ void DeviceManageThread::setUserInfo(Device& device, QString& userName, QString&
         + element(QStringLiteral("EMAIL_OPT"), emailOpt) + element(QStringLiteral("SMTP_ADDR"), smtpAddr)
         + element(QStringLiteral("SMTP_USER"), smtpUser) + element(QStringLiteral("SMTP_PWD"), smtpPwd)
         + element(QStringLiteral("EMAIL_FROM"), emailFrom) + element(QStringLiteral("EMAIL_TO"), emailTo);
-    QString reply;
-    if (!command(device, request, &reply))
-        return;
-    QString result = feedback(reply);
-    emit returnModifyUserResult(result);
+    feedbackCommand(device, request, &DeviceManageThread::returnModifyUserResult);
 }
 
 void DeviceManageThread::getFaxSetting(Device& device, QString& lineNum)
@@ -333,11 +314,7 @@ void DeviceManageThread::setFaxSetting(Device& device, QString& tagFormat, QStri
         + element(QStringLiteral("DIS_WELCOME"), word(disWelcome))
         + element(QStringLiteral("SEND_PRIORITY"), sendPriority) + element(QStringLiteral("MRECV_CODE"), mrecvCode)
         + element(QStringLiteral("LINE_NUM"), lineNum);
-    QString reply;
-    if (!command(device, request, &reply))
-        return;
-    QString result = feedback(reply);
-    emit returnSettingResult(result);
+    feedbackCommand(device, request, &DeviceManageThread::returnSettingResult);
 }
 
 void DeviceManageThread::sendFaxPause(Device& device, QString& taskID)

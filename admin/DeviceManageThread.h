@@ -99,8 +99,11 @@ private:
     // The same with the repeated read: replies that come in pieces are joined until the text
     // ends in a 0 unit.
     bool repeatedCommand(Device& device, const QString& request, QString* reply);
-    // The single-value form: FEEDBACK of the reply, empty after a failed login.
-    QString feedbackOf(Device& device, const QString& request);
+    // The simple commands: command() with the reply (or its FEEDBACK) handed to a result
+    // signal; no signal after a failed login.
+    using ResultSignal = void (DeviceManageThread::*)(QString&);
+    void replyCommand(Device& device, const QString& request, ResultSignal result, bool flush = false);
+    void feedbackCommand(Device& device, const QString& request, ResultSignal result);
 
     // The block download after a DOWN_FILE reply: sends "R" and takes what comes until
     // fileLength bytes are in. Each block goes to sink. False when the device falls silent or
