@@ -8,7 +8,6 @@
 #include "TimeUtil.h"
 
 #include <QApplication>
-#include <QElapsedTimer>
 #include <QSignalSpy>
 
 using namespace SendingTestData;
@@ -168,34 +167,6 @@ private slots:
         DatabaseManager().updateUploadFaxFailed(fax); // status 6, task still 0
         QVERIFY(pollRound().isEmpty());
         QCOMPARE(statusQueries(), 0);
-    }
-
-    void unusableRecordLeavesTheFaxAsItWas_data()
-    {
-        QTest::addColumn<int>("kind");
-        QTest::addColumn<int>("value");
-        QTest::newRow("short record") << int(SimFault::ShortRecord) << 1023;
-        QTest::newRow("no reply") << int(SimFault::Silent) << 0;
-        QTest::newRow("connection dropped") << int(SimFault::DropAfterBytes) << 600;
-    }
-
-    void unusableRecordLeavesTheFaxAsItWas()
-    {
-        QFETCH(int, kind);
-        QFETCH(int, value);
-        const Fax fax = uploadedFax();
-        sim()->advanceJob(quint32(fax.taskID), 3);
-        DeviceProtocol::setTestTimeoutDivisor(10); // reply 3000 ms
-        sim()->addFault(SimFault::make(QStringLiteral("GET_SEND_FAX_STATUS"), SimFault::Kind(kind), value));
-        QElapsedTimer clock;
-        clock.start();
-        bool released = false;
-        QVERIFY(pollRound(&released).isEmpty());
-        QVERIFY2(clock.elapsed() < 8000, qPrintable(QString::number(clock.elapsed())));
-        QVERIFY(released);
-        QCOMPARE(storedColumn(fax.id, "status").toInt(), 5);
-        QCOMPARE(storedColumn(fax.id, "time").toString(), fax.time);
-        QVERIFY(MessageBoxUtil::takeShown().isEmpty());
     }
 
     void deadDeviceIsAskedOncePerRound()
