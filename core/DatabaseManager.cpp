@@ -8,7 +8,6 @@
 #include <QSqlQuery>
 #include <QSqlRecord>
 #include <QVariant>
-#include <initializer_list>
 
 namespace {
 
@@ -30,7 +29,7 @@ void logFailure(const QSqlQuery& query)
 }
 
 // Prepares sql on this thread's connection, binds the values in order and runs it.
-bool run(QSqlQuery& query, const QString& sql, std::initializer_list<QVariant> values = {})
+bool run(QSqlQuery& query, const QString& sql, const QVariantList& values = {})
 {
     if (!query.prepare(sql)) {
         logFailure(query);
@@ -45,10 +44,29 @@ bool run(QSqlQuery& query, const QString& sql, std::initializer_list<QVariant> v
     return true;
 }
 
-bool run(const QString& sql, std::initializer_list<QVariant> values)
+bool run(const QString& sql, const QVariantList& values)
 {
     QSqlQuery query(ConnectionPool::openConnection());
     return run(query, sql, values);
+}
+
+// One transaction, one prepared statement, one exec for each row (bind gives the row its
+// values), one commit. A failed row does not stop the others; what went in is committed.
+template <typename T, typename Bind>
+bool runEach(const QString& sql, const QList<T>& rows, Bind bind)
+{
+    QSqlDatabase db = ConnectionPool::openConnection();
+    db.transaction();
+    QSqlQuery query(db);
+    if (!query.prepare(sql))
+        logFailure(query);
+    for (const T& row : rows) {
+        bind(query, row);
+        if (!query.exec())
+            logFailure(query);
+    }
+    query.finish();
+    return db.commit();
 }
 
 bool has(const QSqlQuery& query, const char* column)
@@ -199,6 +217,16 @@ Contact readContact(const QSqlQuery& query)
     return contact;
 }
 
+// A contact's values in the column order of CONTACTS, id left out.
+QVariantList contactValues(const Contact& contact)
+{
+    return {text(contact.firstName), text(contact.lastName), text(contact.represented), text(contact.company),
+            text(contact.department), text(contact.job), text(contact.businessFax), text(contact.houseFax),
+            text(contact.otherFax), text(contact.businessNumber), text(contact.houseNumber), text(contact.mobile),
+            text(contact.code), text(contact.address), text(contact.email), text(contact.remark),
+            contact.contact_type_id};
+}
+
 ContactType readContactType(const QSqlQuery& query)
 {
     ContactType type;
@@ -234,7 +262,7 @@ QList<Fax> queryFaxes(const QString& sql, Represented represented = Represented:
     return faxes;
 }
 
-QList<Contact> queryContactList(const QString& sql, std::initializer_list<QVariant> values)
+QList<Contact> queryContactList(const QString& sql, const QVariantList& values)
 {
     QList<Contact> contacts;
     QSqlQuery query(ConnectionPool::openConnection());
@@ -245,7 +273,7 @@ QList<Contact> queryContactList(const QString& sql, std::initializer_list<QVaria
     return contacts;
 }
 
-Contact queryOneContact(const QString& sql, std::initializer_list<QVariant> values)
+Contact queryOneContact(const QString& sql, const QVariantList& values)
 {
     const QList<Contact> contacts = queryContactList(sql, values);
     return contacts.isEmpty() ? Contact() : contacts.last();
@@ -438,15 +466,11 @@ int DatabaseManager::insertFax(Fax& fax, int deviceId)
 
 bool DatabaseManager::insertFaxes(const QList<Fax>& faxes, int deviceId)
 {
-    QSqlDatabase db = ConnectionPool::openConnection();
-    db.transaction();
-    QSqlQuery query(db);
-    if (!query.prepare(QStringLiteral(
-            "INSERT INTO FAXES(time , cid , file , taskID , sender ,  receiver , serverID , pageTotal , filepath , tag "
-            ", remark , status, isDelete,  device_id) VALUES(:time , :cid , :file , :taskID , :sender ,  :receiver , "
-            ":serverID, :pageTotal , :filepath , :tag, :remark , :status , :isDelete, :device_id)")))
-        logFailure(query);
-    for (const Fax& fax : faxes) {
+    const QString sql = QStringLiteral(
+        "INSERT INTO FAXES(time , cid , file , taskID , sender ,  receiver , serverID , pageTotal , filepath , tag , "
+        "remark , status, isDelete,  device_id) VALUES(:time , :cid , :file , :taskID , :sender ,  :receiver , "
+        ":serverID, :pageTotal , :filepath , :tag, :remark , :status , :isDelete, :device_id)");
+    return runEach(sql, faxes, [deviceId](QSqlQuery& query, const Fax& fax) {
         query.bindValue(QStringLiteral(":time"), text(fax.time));
         query.bindValue(QStringLiteral(":cid"), text(fax.cid));
         query.bindValue(QStringLiteral(":file"), text(fax.file));
@@ -461,11 +485,7 @@ bool DatabaseManager::insertFaxes(const QList<Fax>& faxes, int deviceId)
         query.bindValue(QStringLiteral(":status"), fax.status);
         query.bindValue(QStringLiteral(":isDelete"), fax.isDelete);
         query.bindValue(QStringLiteral(":device_id"), deviceId);
-        if (!query.exec()) // a failed row does not stop the others; what went in is committed
-            logFailure(query);
-    }
-    query.finish();
-    return db.commit();
+    });
 }
 
 void DatabaseManager::updateFaxTaskID(Fax& fax)
@@ -587,11 +607,7 @@ bool DatabaseManager::addContact(Contact& contact)
                             "businessFax , houseFax , otherFax  , businessNumber , houseNumber , mobile , code , "
                             "address , email , remark , contact_type_id) VALUES (?, ? , ? , ? , ? , ? , ? , ? , ?, ? "
                             ", ? , ? , ?, ? , ? , ? , ?)"),
-             {text(contact.firstName), text(contact.lastName), text(contact.represented), text(contact.company),
-              text(contact.department), text(contact.job), text(contact.businessFax), text(contact.houseFax),
-              text(contact.otherFax), text(contact.businessNumber), text(contact.houseNumber), text(contact.mobile),
-              text(contact.code), text(contact.address), text(contact.email), text(contact.remark),
-              contact.contact_type_id}))
+             contactValues(contact)))
         return false;
     contact.id = query.lastInsertId().toInt();
     return true;
@@ -599,17 +615,13 @@ bool DatabaseManager::addContact(Contact& contact)
 
 bool DatabaseManager::addContactList(QList<Contact> contacts)
 {
-    QSqlDatabase db = ConnectionPool::openConnection();
-    db.transaction();
-    QSqlQuery query(db);
-    if (!query.prepare(QStringLiteral(
-            "INSERT INTO CONTACTS (firstName , lastName , represented , company , department , job , businessFax , "
-            "houseFax , otherFax  , businessNumber , houseNumber , mobile , code , address , email , remark , "
-            "contact_type_id) VALUES(:firstName , :lastName , :represented , :company , :department ,  :job , "
-            ":businessFax , :houseFax , :otherFax , :businessNumber , :houseNumber , :mobile, :code,  :address , "
-            ":email ,:remark , :contact_type_id)")))
-        logFailure(query);
-    for (const Contact& contact : contacts) {
+    const QString sql = QStringLiteral(
+        "INSERT INTO CONTACTS (firstName , lastName , represented , company , department , job , businessFax , "
+        "houseFax , otherFax  , businessNumber , houseNumber , mobile , code , address , email , remark , "
+        "contact_type_id) VALUES(:firstName , :lastName , :represented , :company , :department ,  :job , "
+        ":businessFax , :houseFax , :otherFax , :businessNumber , :houseNumber , :mobile, :code,  :address , "
+        ":email ,:remark , :contact_type_id)");
+    return runEach(sql, contacts, [](QSqlQuery& query, const Contact& contact) {
         query.bindValue(QStringLiteral(":firstName"), text(contact.firstName));
         query.bindValue(QStringLiteral(":lastName"), text(contact.lastName));
         query.bindValue(QStringLiteral(":represented"), text(contact.represented));
@@ -627,11 +639,7 @@ bool DatabaseManager::addContactList(QList<Contact> contacts)
         query.bindValue(QStringLiteral(":email"), text(contact.email));
         query.bindValue(QStringLiteral(":remark"), text(contact.remark));
         query.bindValue(QStringLiteral(":contact_type_id"), contact.contact_type_id);
-        if (!query.exec()) // a failed row does not stop the others; what went in is committed
-            logFailure(query);
-    }
-    query.finish();
-    return db.commit();
+    });
 }
 
 bool DatabaseManager::updateContact(Contact& contact)
@@ -640,11 +648,7 @@ bool DatabaseManager::updateContact(Contact& contact)
                               "department=? , job=? , businessFax=? , houseFax=? , otherFax=? , businessNumber=? , "
                               "houseNumber=? , mobile=? , code=? , address=? , email=? , remark=?  , contact_type_id = "
                               "? WHERE id = ?"),
-               {text(contact.firstName), text(contact.lastName), text(contact.represented), text(contact.company),
-                text(contact.department), text(contact.job), text(contact.businessFax), text(contact.houseFax),
-                text(contact.otherFax), text(contact.businessNumber), text(contact.houseNumber), text(contact.mobile),
-                text(contact.code), text(contact.address), text(contact.email), text(contact.remark),
-                contact.contact_type_id, contact.id});
+               contactValues(contact) << contact.id);
 }
 
 bool DatabaseManager::deleteContact(Contact& contact)
