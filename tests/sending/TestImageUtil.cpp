@@ -256,7 +256,6 @@ void TestImageUtil::thresholdersAcceptOtherDepths_data()
     QTest::addColumn<int>("format");
     QTest::newRow("gray8") << int(QImage::Format_Grayscale8);
     QTest::newRow("mono") << int(QImage::Format_Mono);
-    QTest::newRow("rgb888") << int(QImage::Format_RGB888);
     QTest::newRow("rgb16") << int(QImage::Format_RGB16);
 }
 
