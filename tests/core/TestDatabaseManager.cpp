@@ -81,14 +81,6 @@ Contact fullContact(const QString& mark)
     return c;
 }
 
-// Every stored column of a contact, so that two swapped columns show up in one comparison.
-QString columns(const Contact& c)
-{
-    return QStringList{c.firstName, c.lastName, c.represented, c.company, c.department, c.job, c.businessFax, c.houseFax, c.otherFax,
-                       c.businessNumber, c.houseNumber, c.mobile, c.code, c.address, c.email, c.remark, QString::number(c.contact_type_id)}
-        .join(QLatin1Char('|'));
-}
-
 } // namespace
 
 class TestDatabaseManager : public QObject
@@ -100,35 +92,6 @@ private slots:
     {
         TestSupport::freshHome();
         TestSupport::loginTestUser();
-    }
-
-    void accountsBindTheirValues()
-    {
-        DatabaseManager db;
-        QString quoted = QStringLiteral("o'neil");
-        QString password = QStringLiteral("pa's");
-        QVERIFY(db.insertUser(quoted, password));
-
-        User user = db.loginUser(quoted, password);
-        QVERIFY(user.id > 0);
-        QCOMPARE(user.nickname, quoted);
-        QVERIFY(user.password.isEmpty());
-        QCOMPARE(db.queryUserByNickname(quoted).id, user.id);
-        QVERIFY(db.queryAllUserNickname().contains(quoted));
-
-        QString wrong = QStringLiteral("pa");
-        QCOMPARE(db.loginUser(quoted, wrong).id, 0);
-    }
-
-    void injectedLoginFails()
-    {
-        DatabaseManager db;
-        QString injection = kInjection;
-        QString tester = QStringLiteral("tester");
-        QCOMPARE(db.loginUser(injection, injection).id, 0);
-        QCOMPARE(db.loginUser(tester, injection).id, 0);
-        QCOMPARE(db.queryUserByNickname(injection).id, 0);
-        QCOMPARE(db.queryAllUserNickname(), QStringList{tester});
     }
 
     void missingTablesGiveEmptyResults()
@@ -359,8 +322,7 @@ private slots:
         QCOMPARE(read.pageTotal, 2);
         QCOMPARE(read.status, 5);
 
-        fax.remark = QStringLiteral("'); DROP TABLE FAXES; --");
-        db.updateFaxRemark(fax);
+        // The worker's update after a status record; text with quotes is bound, not spliced.
         fax.taskID = 33;
         db.updateFaxTaskID(fax);
         fax.time = QStringLiteral("2024-02-02 09:00:00");
@@ -369,26 +331,18 @@ private slots:
         fax.priority = 4;
         fax.dialAlready = 2;
         fax.pageSended = 1;
-        fax.remark = QStringLiteral("won't");
+        fax.remark = QStringLiteral("'); DROP TABLE FAXES; --");
         db.updateSendFax(fax);
         read = db.queryFaxByTaskID(33);
         QCOMPARE(read.id, fax.id);
         QCOMPARE(read.time, fax.time);
         QCOMPARE(read.status, 6);
         QCOMPARE(read.issue, fax.issue);
-        QCOMPARE(read.remark, QStringLiteral("won't"));
+        QCOMPARE(read.remark, fax.remark);
         QCOMPARE(read.priority, 4);
         read = db.querySendFaxes().value(0);
-        QCOMPARE(read.id, fax.id);
         QCOMPARE(read.dialAlready, 2);
         QCOMPARE(read.pageSended, 1);
-
-        fax.status = 1;
-        db.updateUploadFaxFailed(fax);
-        QCOMPARE(db.queryFaxByTaskID(33).status, 1);
-        fax.status = 3;
-        db.updateFaxReaded(fax);
-        QCOMPARE(db.queryFaxByTaskID(33).status, 3);
     }
 
     void deletedFolderMoves()
@@ -540,74 +494,20 @@ private slots:
         QCOMPARE(db.queryDevices().size(), 1);
     }
 
-    void contactsRoundTrip()
+    // The dialogs' tests store, change, find and delete contacts and types through the store;
+    // here what no dialog shows: every local account sees the same address book, and a number
+    // is bound, not spliced.
+    void contactsAreSharedAndLookedUpBound()
     {
         DatabaseManager db;
         Contact quoted = fullContact("'q");
         QVERIFY(db.addContact(quoted));
-        QVERIFY(quoted.id > 0);
-        QCOMPARE(columns(db.findContact(quoted)), columns(quoted));
-        QString number = quoted.houseFax;
-        QCOMPARE(db.findContactByFaxNumber(number).id, quoted.id);
         QString injection = kInjection;
         QCOMPARE(db.findContactByFaxNumber(injection).id, 0);
-
-        Contact changed = fullContact("'changed");
-        changed.id = quoted.id;
-        QVERIFY(db.updateContact(changed));
-        QCOMPARE(columns(db.findContact(changed)), columns(changed));
-
-        QList<Contact> batch{fullContact("'a"), fullContact("'b")};
-        batch[1].contact_type_id = 9;
-        QVERIFY(db.addContactList(batch));
-        const QList<Contact> all = db.queryContacts();
-        QCOMPARE(all.size(), 3);
-        QCOMPARE(columns(all[1]), columns(batch[0]));
-        QCOMPARE(columns(all[2]), columns(batch[1]));
-        QCOMPARE(db.queryContacts(9).size(), 1);
-        QCOMPARE(db.queryContacts(7).size(), 2);
-
-        // Contacts are shared by every local account.
         TestSupport::loginTestUser(QStringLiteral("other"));
-        QCOMPARE(db.queryContacts().size(), 3);
-
-        QVERIFY(db.deleteContact(changed));
-        QCOMPARE(db.findContact(changed).id, 0);
-        QCOMPARE(db.queryContacts().size(), 2);
-    }
-
-    void contactTypes()
-    {
-        DatabaseManager db;
-        ContactType type;
-        type.name = QStringLiteral("Partners' desks");
-        QVERIFY(db.addContactType(type));
-        QVERIFY(type.id > 0);
-        QCOMPARE(db.queryContactType(type.id).name, type.name);
-        QString name = type.name;
-        QVERIFY(db.queryContactTypeByName(name));
-        QString injection = kInjection;
-        QVERIFY(!db.queryContactTypeByName(injection));
-
-        ContactType empty;
-        empty.name = QStringLiteral("Empty");
-        QVERIFY(db.addContactType(empty));
-        QCOMPARE(db.queryContactTypes().size(), 2);
-
-        Contact member = fullContact("1");
-        member.contact_type_id = type.id;
-        QVERIFY(db.addContact(member));
-        QVERIFY(db.queryContactTypeHasContact(type.id));
-        QVERIFY(!db.queryContactTypeHasContact(empty.id));
-        QVERIFY(db.deleteContact(member));
-        QVERIFY(!db.queryContactTypeHasContact(type.id));
-
-        type.name = QStringLiteral("It's renamed");
-        QVERIFY(db.renameContactType(type));
-        QCOMPARE(db.queryContactType(type.id).name, type.name);
-        QVERIFY(db.deleteContactType(type));
-        QCOMPARE(db.queryContactType(type.id).id, 0);
-        QCOMPARE(db.queryContactTypes().size(), 1);
+        QString number = quoted.houseFax;
+        QCOMPARE(db.findContactByFaxNumber(number).id, quoted.id);
+        QCOMPARE(db.queryContacts().size(), 1);
     }
 };
 
