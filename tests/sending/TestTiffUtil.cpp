@@ -50,26 +50,6 @@ void writeBytes(const QString& path, const QByteArray& bytes)
     file.write(bytes);
 }
 
-// A little-endian TIFF of one page with the given IFD entries (type SHORT or LONG, one value)
-// and data bytes at offset 8.
-QByteArray handMadeTiff(const QVector<QPair<quint16, quint32>>& entries, const QByteArray& data)
-{
-    QByteArray out("II*\0", 4);
-    auto u16 = [&](quint16 v) { out.append(char(v & 0xFF)).append(char(v >> 8)); };
-    auto u32 = [&](quint32 v) { u16(quint16(v & 0xFFFF)); u16(quint16(v >> 16)); };
-    u32(8 + data.size());
-    out.append(data);
-    u16(quint16(entries.size()));
-    for (const auto& entry : entries) {
-        u16(entry.first);
-        u16(4); // LONG
-        u32(1);
-        u32(entry.second);
-    }
-    u32(0);
-    return out;
-}
-
 // An uncompressed 1-bit page of width x height with the given YResolution (0: no tag),
 // written with libtiff; every other row black.
 void writeStripedTiff(const QString& path, int width, int height, float yres)
@@ -126,7 +106,6 @@ private slots:
     void missingFile();
     void garbageFiles();
     void truncatedFilesKeepWholePages();
-    void absurdSizeIsRefused();
     void errorsGoToStandardOutput();
 
 private:
@@ -310,22 +289,15 @@ void TestTiffUtil::standardResolutionIsDoubled()
 {
     QString standard = path("standard.tif");
     writeStripedTiff(standard, 16, 10, 98.0f);
-    QList<QImage> read = TiffUtil::tiffToImg(standard);
+    const QList<QImage> read = TiffUtil::tiffToImg(standard);
     QCOMPARE(read.size(), 1);
     QCOMPARE(read[0].size(), QSize(16, 20));
     QCOMPARE(read[0].format(), QImage::Format_RGBA8888);
     QCOMPARE(read[0].pixel(5, 0), qRgb(0, 0, 0)); // row 0 is black, row 1 white
     QCOMPARE(read[0].pixel(5, 19), qRgb(255, 255, 255));
 
-    QString fine = path("fine.tif");
-    writeStripedTiff(fine, 16, 10, 196.0f);
-    read = TiffUtil::tiffToImg(fine);
-    QCOMPARE(read.size(), 1);
-    QCOMPARE(read[0].size(), QSize(16, 10));
-    QCOMPARE(read[0].pixel(5, 0), qRgb(0, 0, 0));
-    QCOMPARE(read[0].pixel(5, 1), qRgb(255, 255, 255));
-
-    // 130 lines an inch is still within 1.5 of fine; no resolution at all is read as fine.
+    // Fine pages keep their height (TestTiffFuzzRegressions); 130 lines an inch is still within
+    // 1.5 of fine, and no resolution at all is read as fine.
     QString between = path("between.tif");
     writeStripedTiff(between, 16, 10, 131.0f);
     QCOMPARE(TiffUtil::tiffToImg(between).value(0).size(), QSize(16, 10));
@@ -387,24 +359,6 @@ void TestTiffUtil::truncatedFilesKeepWholePages()
         for (const QImage& page : read)
             QCOMPARE(page.size(), QSize(1728, 2200));
     }
-}
-
-void TestTiffUtil::absurdSizeIsRefused()
-{
-    // A directory that claims 100000 x 100000 pixels with 10 bytes of data.
-    const QByteArray data(10, '\0');
-    const QByteArray bytes = handMadeTiff({{256, 100000}, {257, 100000}, {258, 1}, {259, 1}, {262, 0}, {273, 8}, {277, 1}, {278, 100000}, {279, 10}}, data);
-    QString file = path("huge.tif");
-    writeBytes(file, bytes);
-    QCOMPARE(TiffUtil::getTiffPage(file), 1);
-    QVERIFY(TiffUtil::tiffToImg(file).isEmpty());
-
-    // The same header with a size that fits reads as a (white) page.
-    const QByteArray small = handMadeTiff({{256, 16}, {257, 5}, {258, 1}, {259, 1}, {262, 0}, {273, 8}, {277, 1}, {278, 5}, {279, 10}}, data);
-    writeBytes(file, small);
-    const QList<QImage> read = TiffUtil::tiffToImg(file);
-    QCOMPARE(read.size(), 1);
-    QCOMPARE(read[0].size(), QSize(16, 5));
 }
 
 void TestTiffUtil::errorsGoToStandardOutput()
