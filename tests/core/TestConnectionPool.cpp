@@ -1,6 +1,4 @@
 #include "ConnectionPool.h"
-#include "DatabaseManager.h"
-#include "MGlobal.h"
 #include "TestSupport.h"
 
 #include <QApplication>
@@ -125,24 +123,6 @@ private slots:
         QCOMPARE(second.selected, 42);
         QCOMPARE(ConnectionPool::createdCount(), before + 2);
         QTRY_VERIFY(!QSqlDatabase::contains(second.name));
-    }
-
-    void workerThreadSharesTheStore()
-    {
-        TestSupport::loginTestUser();
-        bool added = false;
-        std::unique_ptr<QThread> thread(QThread::create([&added]() {
-            DatabaseManager db;
-            ContactType type;
-            type.name = QStringLiteral("from worker");
-            added = db.addContactType(type);
-        }));
-        thread->start();
-        thread->wait();
-        QVERIFY(added);
-        DatabaseManager db;
-        QString name = QStringLiteral("from worker");
-        QVERIFY(db.queryContactTypeByName(name));
     }
 };
 
