@@ -131,7 +131,6 @@ private slots:
         QTest::addColumn<QString>("message");
         QTest::newRow("nothing listens") << "127.0.0.12" << "" << "pa'ss" << -1 << "无法连接设备";
         QTest::newRow("no address at all") << "" << "" << "pa'ss" << -1 << "无法连接设备";
-        QTest::newRow("no greeting") << "127.0.0.13" << "" << "pa'ss" << int(SimFault::Silent) << "无法连接设备";
         QTest::newRow("identity mismatch") << "127.0.0.13" << "EF99" << "pa'ss" << -1 << "设备ID不匹配";
         QTest::newRow("wrong password") << "127.0.0.13" << "" << "wrong" << -1 << "设备使用权限验证失败";
     }
