@@ -73,15 +73,10 @@ private slots:
         QDir().mkpath(m_dir);
     }
 
-    void coverDescriptionHoldsThePositions()
+    void coverBoxesLieOnBlankTemplate()
     {
         const QList<QRect> rects = coverRects();
         QCOMPARE(rects.size(), 19);
-        QCOMPARE(rects[0], QRect(1007, 461, 533, 80));
-        QCOMPARE(rects[3], QRect(1007, 382, 533, 74));
-        QCOMPARE(rects[8], QRect(287, 2000, 1295, 29));
-        QCOMPARE(rects[12], QRect(145, 777, 20, 20));
-        QCOMPARE(rects[17], QRect(142, 1001, 1440, 836));
         const QImage blank(QStringLiteral(":/icon/icons/ic_faxcover_template.png"));
         QCOMPARE(blank.size(), QSize(1728, 2200));
         // Where the form writes, the template is blank (a text field's line runs below its text).
