@@ -28,6 +28,7 @@
 #include <QPointer>
 #include <QProgressDialog>
 #include <QScrollBar>
+#include <QSet>
 #include <QTimer>
 #include <QStandardItemModel>
 #include <QStandardPaths>
@@ -36,8 +37,11 @@
 
 namespace {
 const int RECORD_ROLE = Qt::UserRole + 1;
-// The list shows thumbnails only; a reduced display copy keeps long documents affordable.
-const int DISPLAY_COPY_WIDTH = 400;
+// The FaxPageSource of a page that is read from its file when needed.
+const int SOURCE_ROLE = Qt::UserRole + 2;
+// The list shows thumbnails of at most 184 pixels high; a small display copy keeps long
+// documents affordable.
+const int DISPLAY_COPY_WIDTH = 200;
 const int ZOOM_MIN_WIDTH = 400;
 const int ZOOM_MAX_WIDTH = 3500;
 
@@ -145,11 +149,8 @@ FaxDetailWindow::FaxDetailWindow(const Fax& fax, QWidget* parent)
     applyMode();
 
     if (fax.editorMode != MODE_REPORT && !fax.filepath.isEmpty()) {
-        QString path = fax.filepath;
-        const QList<QPixmap> stored = TiffUtil::tiffToPixmap(path);
-        for (const QPixmap& pixmap : stored)
-            appendPage(pixmap.toImage(), 0);
-        if (stored.isEmpty())
+        const QString path = fax.filepath;
+        if (appendFilePages(path, QString()) == 0)
             MessageBoxUtil::warningMsg(this, tr("Velkor 消息"), tr("无法读取传真文件：%1").arg(path));
         else
             selectRow(0);
@@ -235,9 +236,39 @@ void FaxDetailWindow::showReportImage(const QImage& image)
 QList<FaxPage> FaxDetailWindow::pages() const
 {
     QList<FaxPage> list;
-    for (int row = 0; row < m_model->rowCount(); ++row)
-        list.append(pageAt(row));
+    for (int row = 0; row < m_model->rowCount(); ++row) {
+        FaxPage page = pageAt(row);
+        page.image = pageImage(row);
+        list.append(page);
+    }
     return list;
+}
+
+int FaxDetailWindow::pageCount() const
+{
+    return m_model->rowCount();
+}
+
+int FaxDetailWindow::heldPageImages() const
+{
+    QSet<qint64> held;
+    const auto note = [&held](const QImage& image) {
+        if (!image.isNull())
+            held.insert(image.cacheKey()); // copies share their pixels and their key
+    };
+    for (const QImage& image : m_pageCache.held())
+        note(image);
+    for (int row = 0; row < m_model->rowCount(); ++row)
+        note(pageAt(row).image);
+    for (const FaxPage& page : m_pages)
+        note(page.image);
+    note(m_currentImage);
+    return held.size();
+}
+
+int FaxDetailWindow::pageDecodes() const
+{
+    return m_pageCache.decodeCount();
 }
 
 int FaxDetailWindow::currentRow() const
@@ -262,17 +293,49 @@ void FaxDetailWindow::setPageAt(int row, const FaxPage& page)
         m_pages[row] = page;
 }
 
-void FaxDetailWindow::appendPage(const QImage& image, int pageKind)
+FaxPageSource FaxDetailWindow::sourceAt(int row) const
+{
+    return m_model->item(row)->data(SOURCE_ROLE).value<FaxPageSource>();
+}
+
+QImage FaxDetailWindow::pageImage(int row) const
+{
+    const FaxPageSource source = sourceAt(row);
+    return source.isNull() ? pageAt(row).image : m_pageCache.image(source);
+}
+
+void FaxDetailWindow::appendPage(const QImage& image, int pageKind, const FaxPageSource& source)
 {
     FaxPage page;
     page.pageIndex = m_model->rowCount();
-    page.image = image;
+    if (source.isNull())
+        page.image = image;
     page.pixmap = displayCopy(image);
     page.pageKind = pageKind;
     auto* item = new QStandardItem;
     item->setData(QVariant::fromValue(page), RECORD_ROLE);
+    if (!source.isNull())
+        item->setData(QVariant::fromValue(source), SOURCE_ROLE);
     m_model->appendRow(item);
     m_pages.append(page);
+}
+
+int FaxDetailWindow::appendFilePages(const QString& path, const QString& fitAs)
+{
+    // Each page is decoded once here for its thumbnail, and again from the file when needed.
+    // As when the whole file is read, a damaged page ends the list.
+    int count = 0;
+    for (;; ++count) {
+        FaxPageSource source;
+        source.path = path;
+        source.index = count;
+        source.fitAs = fitAs;
+        const QImage page = m_pageCache.image(source);
+        if (page.isNull())
+            break;
+        appendPage(page, 0, source);
+    }
+    return count;
 }
 
 void FaxDetailWindow::renumberPages()
@@ -294,6 +357,7 @@ void FaxDetailWindow::updateItemImage(int row, const QImage& image)
     page.image = image;
     page.pixmap = displayCopy(image);
     setPageAt(row, page);
+    m_model->item(row)->setData(QVariant(), SOURCE_ROLE); // edited: no longer the file's page
     if (row == currentPage) {
         m_currentImage = image;
         displayCurrent();
@@ -320,7 +384,7 @@ void FaxDetailWindow::on_listView_clicked(const QModelIndex& index)
         ui->scrollArea->horizontalScrollBar()->setValue(0);
     }
     currentPage = index.row();
-    m_currentImage = pageAt(currentPage).image;
+    m_currentImage = pageImage(currentPage);
     displayCurrent();
     updateNavigation();
 }
@@ -402,16 +466,37 @@ void FaxDetailWindow::delete_page()
 
 void FaxDetailWindow::leftRotate()
 {
-    if (currentPage < m_model->rowCount())
-        updateItemImage(currentPage, pageAt(currentPage).image.transformed(QTransform().rotate(-90.0),
-                                                                             Qt::FastTransformation));
+    rotateCurrent(-1);
 }
 
 void FaxDetailWindow::rightRotate()
 {
-    if (currentPage < m_model->rowCount())
-        updateItemImage(currentPage, pageAt(currentPage).image.transformed(QTransform().rotate(90.0),
-                                                                             Qt::FastTransformation));
+    rotateCurrent(1);
+}
+
+void FaxDetailWindow::rotateCurrent(int quarterTurns)
+{
+    const int row = currentPage;
+    if (row < 0 || row >= m_model->rowCount())
+        return;
+    const QImage turned
+        = pageImage(row).transformed(QTransform().rotate(90.0 * quarterTurns), Qt::FastTransformation);
+    const FaxPageSource source = sourceAt(row);
+    if (source.isNull()) {
+        updateItemImage(row, turned);
+        return;
+    }
+    if (turned.isNull())
+        return;
+    // A page of a file stays one: it keeps its turn instead of the turned pixels.
+    const FaxPageSource next = source.turned(quarterTurns);
+    m_pageCache.insert(next, turned);
+    m_model->item(row)->setData(QVariant::fromValue(next), SOURCE_ROLE);
+    FaxPage page = pageAt(row);
+    page.pixmap = displayCopy(turned);
+    setPageAt(row, page);
+    m_currentImage = turned;
+    displayCurrent();
 }
 
 void FaxDetailWindow::zoomBy(int numerator)
@@ -516,11 +601,8 @@ void FaxDetailWindow::open_picture_file(QStringList files)
         const QString kind = suffix.toLower();
         if (kind == QLatin1String("tif") || kind == QLatin1String("tiff")) {
             // Fax pages are black and white already: no second threshold.
-            const QList<QImage> tiffPages = TiffUtil::tiffToImg(path);
-            if (tiffPages.isEmpty())
+            if (appendFilePages(path, suffix) == 0)
                 unreadable.append(path);
-            for (QImage page : tiffPages)
-                appendPage(ImageUtil::scaleToFaxSize(page, suffix), 0);
         } else if (kind == QLatin1String("pdf")) {
             if (!openPdf(path, cancelled))
                 unreadable.append(path);
@@ -567,7 +649,7 @@ void FaxDetailWindow::split(QMouseEvent* event)
     const int row = currentPage;
     if (row < 0 || row >= m_model->rowCount())
         return;
-    const QImage whole = pageAt(row).image;
+    const QImage whole = pageImage(row);
     const int y = qRound(ui->label_2->mapToSource(event->localPos()).y());
     if (y <= 0 || y >= whole.height())
         return; // a click beside the page splits nothing
@@ -622,7 +704,7 @@ void FaxDetailWindow::sign(QMouseEvent* event)
         return;
     const QPointF at = ui->label_2->mapToSource(event->localPos());
     const QImage stamp = m_signPixmap.toImage();
-    QImage page = pageAt(row).image.convertToFormat(QImage::Format_RGBA8888);
+    QImage page = pageImage(row).convertToFormat(QImage::Format_RGBA8888);
     QPainter painter(&page);
     painter.drawImage(qRound(at.x()) - stamp.width() / 2, qRound(at.y()) - stamp.height() / 2, stamp);
     painter.end();
@@ -657,7 +739,7 @@ void FaxDetailWindow::burnTextNote(TextNoteWidget* note)
         // The page stays black and white.
         font.setStyleStrategy(QFont::NoAntialias);
 
-        QImage page = pageAt(row).image.convertToFormat(QImage::Format_RGBA8888);
+        QImage page = pageImage(row).convertToFormat(QImage::Format_RGBA8888);
         QPainter painter(&page);
         painter.setFont(font);
         painter.setPen(Qt::black);
@@ -693,7 +775,7 @@ void FaxDetailWindow::on_action_page_save_triggered()
         format = "JPG";
     else if (suffix != QLatin1String("png"))
         path += QStringLiteral(".png");
-    if (!page.image.save(path, format))
+    if (!pageImage(currentPage).save(path, format))
         MessageBoxUtil::warningMsg(this, tr("Velkor 消息"), tr("无法保存图片：%1").arg(path));
 }
 
@@ -803,10 +885,16 @@ void FaxDetailWindow::selectDeviceSendFax(QList<Device> devices)
         return;
     m_sending = true;
     ui->action_send->setEnabled(false);
-    QList<FaxPage> faxPages = pages();
+    // Pages of files go as their sources and are decoded one at a time while the job is written.
+    QList<FaxPage> faxPages;
+    QList<FaxPageSource> sources;
+    for (int row = 0; row < m_model->rowCount(); ++row) {
+        faxPages.append(pageAt(row));
+        sources.append(sourceAt(row));
+    }
     QString remark = ui->edit_remark_2->text();
     QString recipients = ui->edit_phone_2->text();
-    emit m_controller->transformFax(recipients, remark, faxPages, m_option, devices);
+    emit m_controller->transformFaxPages(recipients, remark, faxPages, sources, m_option, devices);
 }
 
 void FaxDetailWindow::closeEvent(QCloseEvent* event)

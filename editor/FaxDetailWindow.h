@@ -6,6 +6,8 @@
 #include "FaxCover.h"
 #include "FaxOption.h"
 #include "FaxPage.h"
+#include "FaxPageCache.h"
+#include "FaxPageSource.h"
 
 #include <QImage>
 #include <QList>
@@ -28,6 +30,9 @@ class FaxDetailWindow;
 // current page in the middle, and either the send fields or the stored fax's details.
 // Fax::editorMode chooses what it offers:
 //   0 view a stored fax, 1 reply or new fax from files, 2 forward, 3 show a report image.
+// Pages of fax files (a stored fax, TIFF files opened) keep only their source and a thumbnail;
+// the page itself is decoded when it is shown, edited, saved or sent, and a few decoded pages
+// are kept at hand. An edited page holds its own image from then on.
 // The window deletes itself when closed; after a send it closes once the assembled faxes
 // have been handed on through intent_to_sendbox.
 class FaxDetailWindow : public QMainWindow
@@ -46,8 +51,14 @@ public:
     // Appends the pages of TIFF, PDF and image files, in order, and selects the first page.
     void open_picture_file(QStringList files);
 
-    // The pages in list order, as they would be sent.
+    // The pages in list order, as they would be sent, every image decoded: meant for short
+    // faxes and tests; the window itself goes page by page.
     QList<FaxPage> pages() const;
+    int pageCount() const;
+    // For tests and benchmarks: the distinct full page images the window holds (decoded pages at
+    // hand, pages with their own image, the shown one), and the pages decoded from files so far.
+    int heldPageImages() const;
+    int pageDecodes() const;
     int currentRow() const;
     const FaxOption& faxOption() const;
 
@@ -98,8 +109,17 @@ private:
     void applyMode();
     void changeActionState();
     void setupIcons();
-    void appendPage(const QImage& image, int pageKind);
+    // A page of a file (source not null) keeps the image only as its thumbnail.
+    void appendPage(const QImage& image, int pageKind, const FaxPageSource& source = FaxPageSource());
+    // Appends every page of a TIFF file as a page of that file; the number of pages.
+    int appendFilePages(const QString& path, const QString& fitAs);
     FaxPage pageAt(int row) const;
+    // Where the page of a row comes from; null for a page that holds its own image.
+    FaxPageSource sourceAt(int row) const;
+    // The page's full image: its own, or decoded from its file.
+    QImage pageImage(int row) const;
+    // A quarter turn of the current page, clockwise (1) or anticlockwise (-1).
+    void rotateCurrent(int quarterTurns);
     void setPageAt(int row, const FaxPage& page);
     // Writes an edited image into a row (model and list) and shows it when it is current.
     void updateItemImage(int row, const QImage& image);
@@ -119,6 +139,7 @@ private:
     Ui::FaxDetailWindow* ui;
     QStandardItemModel* m_model;
     QList<FaxPage> m_pages; // in step with the model
+    mutable FaxPageCache m_pageCache;
     int currentPage = 0;
     FaxOption m_option;
     FaxCover m_cover;

@@ -10,6 +10,7 @@ SendFaxController::SendFaxController(QObject* parent)
     qRegisterMetaType<Fax>("Fax&");
     qRegisterMetaType<QList<Fax>>("QList<Fax>&");
     qRegisterMetaType<QList<FaxPage>>("QList<FaxPage>&");
+    qRegisterMetaType<QList<FaxPageSource>>("QList<FaxPageSource>&");
     qRegisterMetaType<FaxOption>("FaxOption&");
     // The other argument types of the queued signals below.
     qRegisterMetaType<QString>("QString&");
@@ -21,6 +22,7 @@ SendFaxController::SendFaxController(QObject* parent)
     connect(&m_thread, &QThread::finished, m_worker, &QObject::deleteLater);
 
     connect(this, &SendFaxController::transformFax, m_worker, &SendFaxThread::transfromFax);
+    connect(this, &SendFaxController::transformFaxPages, m_worker, &SendFaxThread::transfromFaxPages);
     connect(this, &SendFaxController::sendFax, m_worker, &SendFaxThread::sendFax);
     connect(this, &SendFaxController::sendFaxPause, m_worker, &SendFaxThread::sendFaxPause);
     connect(this, &SendFaxController::sendFaxRetry, m_worker, &SendFaxThread::sendFaxRetry);

@@ -4,6 +4,7 @@
 #include "Fax.h"
 #include "FaxOption.h"
 #include "FaxPage.h"
+#include "FaxPageSource.h"
 #include "SendFax.h"
 
 #include <QList>
@@ -28,6 +29,9 @@ signals:
     // Requests.
     void transformFax(
         QString& recipients, QString& remark, QList<FaxPage>& pages, FaxOption& option, QList<Device>& devices);
+    // The same, with the sources of pages left undecoded (SendFaxThread::transfromFaxPages).
+    void transformFaxPages(QString& recipients, QString& remark, QList<FaxPage>& pages,
+                           QList<FaxPageSource>& sources, FaxOption& option, QList<Device>& devices);
     void sendFax(Fax& fax);
     // Status ticks: while one status query of this controller is queued or running, further
     // ticks are dropped, so a slow or dead device cannot make queries pile up.

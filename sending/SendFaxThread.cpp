@@ -68,13 +68,14 @@ QList<int> SendFaxThread::shareOut(int recipients, int devices)
     return groups;
 }
 
-QString SendFaxThread::writeJobFile(const QList<QImage>& images, const QString& folder, const QString& now)
+QString SendFaxThread::writeJobFile(
+    int pageTotal, const std::function<QImage(int)>& pageAt, const QString& folder, const QString& now)
 {
     // Written completely under a name of this job alone first.
     static QAtomicInt serial;
     const QString staging = folder
         + QStringLiteral(".job-%1-%2.tif").arg(QCoreApplication::applicationPid()).arg(serial.fetchAndAddRelaxed(1));
-    if (!TiffUtil::writeImgToTiff(images, staging))
+    if (!TiffUtil::writePagesToTiff(pageTotal, pageAt, staging))
         return QString();
 
     // Then it takes the ordinary name, or the first free "name_N.tif" when a job of the same
@@ -103,9 +104,21 @@ QString SendFaxThread::writeJobFile(const QList<QImage>& images, const QString& 
 void SendFaxThread::transfromFax(
     QString& recipients, QString& remark, QList<FaxPage>& pages, FaxOption& option, QList<Device>& devices)
 {
-    QList<QImage> images;
-    for (const FaxPage& page : pages)
-        images.append(page.image);
+    QList<FaxPageSource> none;
+    transfromFaxPages(recipients, remark, pages, none, option, devices);
+}
+
+void SendFaxThread::transfromFaxPages(QString& recipients, QString& remark, QList<FaxPage>& pages,
+                                      QList<FaxPageSource>& sources, FaxOption& option, QList<Device>& devices)
+{
+    // Pages of a stored fax come as their source and are decoded while written, so a long
+    // fax is never held whole; each device's file reads them anew.
+    const auto pageAt = [&pages, &sources](int i) {
+        const FaxPage& page = pages.at(i);
+        if (page.image.isNull() && i < sources.size() && !sources.at(i).isNull())
+            return sources.at(i).decode();
+        return page.image;
+    };
 
     const QString now = TimeUtil::getNow();
     const QStringList entries = recipients.split(QLatin1Char(';'), Qt::SkipEmptyParts);
@@ -121,7 +134,7 @@ void SendFaxThread::transfromFax(
         const QString folder = FileUtil::createDir(gUser.nickname + "/" + device.productID + "/FaxFile/");
         // A file that could not be written leaves the path empty: the rows are still stored
         // and their upload fails on opening, instead of picking up some other job's file.
-        const QString path = writeJobFile(images, folder, now);
+        const QString path = writeJobFile(pages.size(), pageAt, folder, now);
 
         for (int i = 0; i < groups.at(g); ++i) {
             QString name;
@@ -134,7 +147,7 @@ void SendFaxThread::transfromFax(
             }
 
             Fax fax;
-            fax.pageTotal = images.size();
+            fax.pageTotal = pages.size();
             fax.dialTotal = option.dialogTotal;
             fax.dialAlready = 0;
             fax.sender = device.deviceName;

@@ -4,12 +4,15 @@
 #include "Fax.h"
 #include "FaxOption.h"
 #include "FaxPage.h"
+#include "FaxPageSource.h"
 #include "LoginThread.h"
 #include "SendFax.h"
 
 #include <QImage>
 #include <QList>
 #include <QString>
+
+#include <functional>
 
 class QTcpSocket;
 
@@ -32,6 +35,10 @@ public slots:
     // (status 5) per recipient, and emits returnFaxList.
     void transfromFax(
         QString& recipients, QString& remark, QList<FaxPage>& pages, FaxOption& option, QList<Device>& devices);
+    // As transfromFax, where a page whose image is null and that has a source at its position
+    // is decoded from that source as it is written, one page at a time.
+    void transfromFaxPages(QString& recipients, QString& remark, QList<FaxPage>& pages,
+                           QList<FaxPageSource>& sources, FaxOption& option, QList<Device>& devices);
     // Uploads one assembled fax on port 3002: returnTaskID, or status 3 and uploadFaxFailed.
     void sendFax(Fax& fax);
     // Polls one fax; writes the record's fields into it and emits updateFax (FAXES untouched).
@@ -57,7 +64,8 @@ signals:
 private:
     // Reserves a final name in folder that no other job holds and moves the written file
     // there; empty when the file could not be written.
-    static QString writeJobFile(const QList<QImage>& images, const QString& folder, const QString& now);
+    static QString writeJobFile(
+        int pageTotal, const std::function<QImage(int)>& pageAt, const QString& folder, const QString& now);
     // One status exchange on port 3007; true when a whole record was read into the fax.
     bool queryStatus(Device& device, Fax& fax, bool* reached = nullptr);
     // The upload itself once the header is built: true with the device's final reply text,

@@ -179,12 +179,17 @@ QList<QPixmap> TiffUtil::tiffToPixmap(const QString& path)
 
 bool TiffUtil::writeImgToTiff(QList<QImage> images, const QString& path)
 {
+    return writePagesToTiff(images.size(), [&images](int i) { return images.at(i); }, path);
+}
+
+bool TiffUtil::writePagesToTiff(int pageTotal, const std::function<QImage(int)>& pageAt, const QString& path)
+{
     installErrorHandler();
     TiffPageWriter writer(path);
     if (!writer.isOpen())
         return false;
-    for (int i = 0; i < images.size(); ++i) {
-        if (!writer.writePage(images.at(i), i + 1, images.size()))
+    for (int i = 0; i < pageTotal; ++i) {
+        if (!writer.writePage(pageAt(i), i + 1, pageTotal))
             break;
     }
     return writer.finish();

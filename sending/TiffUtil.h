@@ -6,6 +6,7 @@
 #include <QString>
 
 #include <cstdarg>
+#include <functional>
 
 // The only reader and writer of fax files: multi-page 1-bit CCITT Group 3 TIFF files.
 // All operations are static; each call owns its own TIFF handle.
@@ -30,6 +31,9 @@ public:
     // written under a temporary name and renamed over path when complete, so path never holds
     // a partial file. Returns false (and leaves path untouched) when anything fails.
     static bool writeImgToTiff(QList<QImage> images, const QString& path);
+    // As writeImgToTiff, with page i (from 0) asked of pageAt when it is written, so that the
+    // pages need not all be held at once.
+    static bool writePagesToTiff(int pageTotal, const std::function<QImage(int)>& pageAt, const QString& path);
 
 private:
     friend class TiffPageWriter;
