@@ -8,10 +8,11 @@ QImage FaxPageCache::image(const FaxPageSource& source)
             return m_pages.last().second;
         }
     }
-    ++m_decodes;
     const QImage page = source.decode();
-    if (!page.isNull())
+    if (!page.isNull()) {
+        ++m_decodes;
         insert(source, page);
+    }
     return page;
 }
 
