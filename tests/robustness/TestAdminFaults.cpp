@@ -92,55 +92,39 @@ class TestAdminFaults : public QObject
         Outcome out;
         m_firmwareBefore = sim()->firmwareUploads().size();
         Device d = device();
+        QObject context; // the result connections end with the run
+        auto report = [&out](bool ok) {
+            ++out.reports;
+            out.ok = ok;
+        };
         switch (op) {
-        case ConfigDown: {
-            QObject context;
-            connect(&worker, &DeviceManageThread::returnHighOption, &context, [&](QString& text) {
-                ++out.reports;
-                out.ok = text.contains(QStringLiteral("ServerName=Robust"));
-            });
+        case ConfigDown:
+            connect(&worker, &DeviceManageThread::returnHighOption, &context,
+                    [&](QString& text) { report(text.contains(QStringLiteral("ServerName=Robust"))); });
             worker.getHighOption(d);
             break;
-        }
         case ConfigUp: {
-            QObject context;
-            connect(&worker, &DeviceManageThread::returnSetHighOption, &context, [&](bool ok) {
-                ++out.reports;
-                out.ok = ok;
-            });
+            connect(&worker, &DeviceManageThread::returnSetHighOption, &context, report);
             QString text = configText(QStringLiteral("new"));
             worker.setHighOption(d, text);
             break;
         }
-        case DayLogs: {
-            QObject context;
-            connect(&worker, &DeviceManageThread::returnDeviceLog, &context, [&](QString& path) {
-                ++out.reports;
-                out.ok = path == logPath();
-            });
+        case DayLogs:
+            connect(&worker, &DeviceManageThread::returnDeviceLog, &context, [&](QString& path) { report(path == logPath()); });
             worker.getDeviceLog(d, QDateTime(kFirstDay, QTime(0, 0)), QDateTime(kFirstDay.addDays(1), QTime(0, 0)));
             break;
-        }
         case FaxFile: {
-            QObject context;
-            connect(&worker, &DeviceManageThread::returnFilePath, &context, [&](QString& path) {
-                ++out.reports;
-                out.ok = TiffUtil::getTiffPage(path) == 3;
-            });
+            connect(&worker, &DeviceManageThread::returnFilePath, &context,
+                    [&](QString& path) { report(TiffUtil::getTiffPage(path) == 3); });
             QString number = kFileNumber;
             QString name = QStringLiteral("fax");
             worker.downloadFaxFile(d, number, name);
             break;
         }
-        case Firmware: {
-            QObject context;
-            connect(&worker, &DeviceManageThread::returnFirmwareUpgradeResult, &context, [&](bool ok) {
-                ++out.reports;
-                out.ok = ok;
-            });
+        case Firmware:
+            connect(&worker, &DeviceManageThread::returnFirmwareUpgradeResult, &context, report);
             worker.firmwareUpgrade(d, m_firmwarePath);
             break;
-        }
         }
         settle();
         return out;
