@@ -15,7 +15,6 @@
 #include "SendFaxController.h"
 #include "SignatureLibDialog.h"
 #include "TextNoteWidget.h"
-#include "TiffUtil.h"
 
 #include <QApplication>
 #include <QCloseEvent>
