@@ -3,7 +3,7 @@
 // Shared by the administration tests: a device stand-in on its own thread, the bound device
 // that reaches it, and what the device saw.
 
-#include "DeviceSimRunner.h"
+#include "SimTestSupport.h"
 #include "Device.h"
 #include "MD5Util.h"
 
@@ -23,15 +23,8 @@ inline Scenario scenarioAt(const QString& address)
     return s;
 }
 
-inline std::unique_ptr<DeviceSimRunner> start(const Scenario& scenario)
-{
-    auto runner = std::make_unique<DeviceSimRunner>(scenario);
-    QString error;
-    if (!runner->start(&error))
-        qFatal("device stand-in did not start: %s", qPrintable(error));
-    runner->setVerbose(true); // requests go into the action log word for word
-    return runner;
-}
+// Requests go into the action log word for word.
+inline std::unique_ptr<DeviceSimRunner> start(const Scenario& scenario) { return TestSupport::startSim(scenario, true); }
 
 // The device as the client has it after a bind with the account "admin".
 inline Device deviceOf(const Scenario& s, const QString& account = QStringLiteral("admin"),

@@ -8,6 +8,7 @@
 #include "MD5Util.h"
 #include "ManualAssignWidget.h"
 #include "MessageBoxUtil.h"
+#include "SimTestSupport.h"
 #include "TestSupport.h"
 
 #include <QApplication>
@@ -16,16 +17,9 @@
 #include <QUdpSocket>
 #include <memory>
 
-namespace {
+using TestSupport::startSim;
 
-std::unique_ptr<DeviceSimRunner> startSim(const Scenario& scenario)
-{
-    auto runner = std::make_unique<DeviceSimRunner>(scenario);
-    QString error;
-    if (!runner->start(&error))
-        qFatal("device stand-in did not start: %s", qPrintable(error));
-    return runner;
-}
+namespace {
 
 Scenario scenarioAt(const QString& address, const QString& id)
 {

@@ -5,6 +5,7 @@
 #include "AppSettings.h"
 #include "LoginThread.h"
 #include "MD5Util.h"
+#include "SimTestSupport.h"
 #include "TestSupport.h"
 
 #include <QApplication>
@@ -13,16 +14,9 @@
 #include <QTcpSocket>
 #include <memory>
 
-namespace {
+using TestSupport::startSim;
 
-std::unique_ptr<DeviceSimRunner> startSim(Scenario scenario)
-{
-    auto runner = std::make_unique<DeviceSimRunner>(scenario);
-    QString error;
-    if (!runner->start(&error))
-        qFatal("device stand-in did not start: %s", qPrintable(error));
-    return runner;
-}
+namespace {
 
 Scenario scenarioAt(const QString& address, int basePort = 3001)
 {

@@ -2,7 +2,7 @@
 #include "Controller.h"
 #include "DatabaseManager.h"
 #include "DeviceProtocol.h"
-#include "DeviceSimRunner.h"
+#include "SimTestSupport.h"
 #include "FaxExporter.h"
 #include "FileUtil.h"
 #include "MD5Util.h"
@@ -87,11 +87,7 @@ class TestReceiveFaxThread : public QObject
         scenario.serverId = kId;
         scenario.received = faxes;
         scenario.users << SimUser::withPassword(QStringLiteral("clerk"), QStringLiteral("pw"), 63);
-        m_sim = std::make_unique<DeviceSimRunner>(scenario);
-        m_sim->setVerbose(true);
-        QString error;
-        if (!m_sim->start(&error))
-            qFatal("device stand-in did not start: %s", qPrintable(error));
+        m_sim = TestSupport::startSim(scenario, true);
         return *m_sim;
     }
 

@@ -6,7 +6,7 @@
 #include "ConnectionPool.h"
 #include "DatabaseManager.h"
 #include "DeviceProtocol.h"
-#include "DeviceSimRunner.h"
+#include "SimTestSupport.h"
 #include "MD5Util.h"
 #include "MessageBoxUtil.h"
 
@@ -40,14 +40,7 @@ inline Scenario scenarioAt(const QString& address)
     return s;
 }
 
-inline std::unique_ptr<DeviceSimRunner> startSim(const Scenario& scenario)
-{
-    auto runner = std::make_unique<DeviceSimRunner>(scenario);
-    QString error;
-    if (!runner->start(&error))
-        qFatal("device stand-in did not start: %s", qPrintable(error));
-    return runner;
-}
+using TestSupport::startSim;
 
 // The device bound by the logged-in user with the account "admin", as DEVICES holds it.
 inline Device storedDevice(const Scenario& s, const QString& mark = QString())

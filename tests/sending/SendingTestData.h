@@ -4,7 +4,7 @@
 
 #include "ConnectionPool.h"
 #include "DatabaseManager.h"
-#include "DeviceSimRunner.h"
+#include "SimTestSupport.h"
 #include "MD5Util.h"
 #include "SendFaxThread.h"
 
@@ -17,14 +17,7 @@
 
 namespace SendingTestData {
 
-inline std::unique_ptr<DeviceSimRunner> startSim(const Scenario& scenario)
-{
-    auto runner = std::make_unique<DeviceSimRunner>(scenario);
-    QString error;
-    if (!runner->start(&error))
-        qFatal("device stand-in did not start: %s", qPrintable(error));
-    return runner;
-}
+using TestSupport::startSim;
 
 // A device on its own loopback address whose jobs move only when a test moves them.
 inline Scenario scenarioAt(const QString& address)
