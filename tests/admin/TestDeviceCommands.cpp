@@ -252,20 +252,6 @@ private slots:
         QCOMPARE(result.takeFirst().at(0).toInt(), 2);
     }
 
-    // The panels' tests show the queue and the history and their filters; a search that finds
-    // nothing sends no ready token at all.
-    void emptyHistorySendsNoReadyToken()
-    {
-        QSignalSpy lists(m_controller, &DeviceController::returnFaxQueue);
-        QString user, begin = "2001-01-01 00:00:01", end = "2001-01-02 23:59:59", type = "send", number;
-        const int tokens = countInLog(*m_sim, "ready token");
-        emit m_controller->getFaxHistory(m_device, user, begin, end, type, number);
-        QVERIFY(finished());
-        QCOMPARE(lists.count(), 1);
-        QVERIFY(lists.takeFirst().at(0).value<QList<Fax>>().isEmpty());
-        QCOMPARE(countInLog(*m_sim, "ready token"), tokens);
-    }
-
     void voiceListenKeepsItsLine()
     {
         QSignalSpy listening(m_controller, &DeviceController::returnVoiceListenResult);
