@@ -45,10 +45,7 @@ private slots:
         sent.number = QStringLiteral("02177776666");
         sent.sender = QStringLiteral("admin");
         sent.timeUtc = QDateTime::currentDateTimeUtc().addSecs(-3600);
-        SimSentRecord other = sent;
-        other.task = 503;
-        other.number = QStringLiteral("02155554444");
-        s.history << waiting << sent << other;
+        s.history << waiting << sent;
         m_sim = start(s);
         m_device = deviceOf(s);
     }
