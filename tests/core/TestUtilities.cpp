@@ -1,8 +1,6 @@
 #include "AppSettings.h"
-#include "DialogUtil.h"
 #include "FaxStatus.h"
 #include "FileUtil.h"
-#include "MessageBoxUtil.h"
 #include "TestSupport.h"
 #include "TimeUtil.h"
 
@@ -62,7 +60,6 @@ private slots:
         QTest::addColumn<QString>("utc");
         QTest::addColumn<QString>("local");
         QTest::newRow("UTC+8") << QByteArray("CST-8") << "2001-01-01 00:00:00" << "2001-01-01 08:00:00";
-        QTest::newRow("UTC+8 across midnight") << QByteArray("CST-8") << "2024-02-28 20:30:15" << "2024-02-29 04:30:15";
         QTest::newRow("UTC-5 winter") << QByteArray("EST5EDT,M3.2.0,M11.1.0") << "2021-01-15 12:00:00"
                                       << "2021-01-15 07:00:00";
         QTest::newRow("UTC-4 summer") << QByteArray("EST5EDT,M3.2.0,M11.1.0") << "2021-07-15 12:00:00"
@@ -88,12 +85,6 @@ private slots:
         QCOMPARE(TimeUtil::localTime2UTCTime(bad), QString());
     }
 
-    void nowHasStoreForm()
-    {
-        QVERIFY(QDateTime::fromString(TimeUtil::getNow(), TimeUtil::FORMAT).isValid());
-        QVERIFY(QDate::fromString(TimeUtil::getDate(), QStringLiteral("yyyy-MM-dd")).isValid());
-    }
-
     void settingsLieInDocumentRoot()
     {
         {
@@ -108,38 +99,6 @@ private slots:
         QSettings raw(FileUtil::getDocumentPath() + "UserSetting.ini", QSettings::IniFormat);
         QCOMPARE(raw.value("SendFaxOptions/DialTotal").toInt(), 3);
         QCOMPARE(AppSettings::userConfig()->value(AppSettings::KEY_GET_FAX_TIME).toInt(), 45);
-    }
-
-    void messageBoxesAreRecorded()
-    {
-        MessageBoxUtil::warningMsg(nullptr, QStringLiteral("Velkor"), QStringLiteral("帐号或密码错误，请重新输入"));
-        MessageBoxUtil::setNextAnswer(QMessageBox::Yes);
-        QCOMPARE(MessageBoxUtil::question(nullptr, QStringLiteral("t"), QStringLiteral("q1")), QMessageBox::Yes);
-        // Without a queued answer a question is declined.
-        QCOMPARE(MessageBoxUtil::question(nullptr, QStringLiteral("t"), QStringLiteral("q2")), QMessageBox::No);
-        const QList<MessageBoxUtil::Shown> shown = MessageBoxUtil::takeShown();
-        QCOMPARE(shown.size(), 3);
-        QCOMPARE(shown.at(0).kind, QStringLiteral("warning"));
-        QCOMPARE(shown.at(0).title, QStringLiteral("Velkor"));
-        QCOMPARE(shown.at(0).text, QStringLiteral("帐号或密码错误，请重新输入"));
-        QCOMPARE(shown.at(2).text, QStringLiteral("q2"));
-        QVERIFY(MessageBoxUtil::shown().isEmpty());
-    }
-
-    void dialogAnswersAreTakenInOrder()
-    {
-        DialogUtil::queueAnswer(QStringLiteral("/tmp/a.pdf\n/tmp/b.tif"));
-        DialogUtil::queueCancel();
-        DialogUtil::queueAnswer(QStringLiteral("name"));
-        QCOMPARE(DialogUtil::getOpenFileNames(nullptr, QString()),
-                 QStringList({QStringLiteral("/tmp/a.pdf"), QStringLiteral("/tmp/b.tif")}));
-        bool ok = true;
-        QCOMPARE(DialogUtil::getText(nullptr, QString(), QString(), QLineEdit::Normal, QString(), &ok), QString());
-        QVERIFY(!ok);
-        QCOMPARE(DialogUtil::getText(nullptr, QString(), QString(), QLineEdit::Normal, QString(), &ok),
-                 QStringLiteral("name"));
-        QVERIFY(ok);
-        QCOMPARE(DialogUtil::pendingAnswers(), 0);
     }
 
     void statusWords()
