@@ -2,15 +2,12 @@
 #include "DatabaseManager.h"
 #include "DeviceDiscovery.h"
 #include "InputDeviceInfoDialog.h"
-#include "LoginThread.h"
 #include "MGlobal.h"
 #include "ManualAssignWidget.h"
 #include "MyUDPTask.h"
 #include "TestSupport.h"
 
 #include <QApplication>
-#include <QLineEdit>
-#include <QPushButton>
 #include <QSignalSpy>
 #include <QStandardItemModel>
 #include <QTextCodec>
@@ -65,11 +62,6 @@ private slots:
         QCOMPARE(d.localIP, QStringLiteral("10.0.0.2"));
     }
 
-    void queryText()
-    {
-        QCOMPARE(DeviceDiscovery::queryDatagram(), QByteArray("Velkor/Tavio where are you?(ID:ANY)"));
-    }
-
     void manualInput_data()
     {
         QTest::addColumn<QString>("typed");
@@ -97,29 +89,6 @@ private slots:
         QCOMPARE(d.internetPort, port);
         QCOMPARE(d.deviceName, QStringLiteral("acc"));
         QCOMPARE(d.devicePassword, QStringLiteral("pw"));
-    }
-
-    void manualWidgetEmitsDevice()
-    {
-        ManualAssignWidget widget;
-        QSignalSpy spy(&widget, &ManualAssignWidget::addDevice);
-        TestSupport::find<QLineEdit>(&widget, "edit_device")->setText(QStringLiteral("10.1.2.3"));
-        TestSupport::find<QLineEdit>(&widget, "edit_account")->setText(QStringLiteral("admin"));
-        TestSupport::find<QLineEdit>(&widget, "edit_password")->setText(QStringLiteral("1234"));
-        QTest::mouseClick(TestSupport::find<QPushButton>(&widget, "button_verify"), Qt::LeftButton);
-        QCOMPARE(spy.count(), 1);
-    }
-
-    void splitServiceBody()
-    {
-        QString address;
-        int port = 3007;
-        LoginThread::splitAddress(QStringLiteral("1.2.3.4"), address, port);
-        QCOMPARE(address, QStringLiteral("1.2.3.4"));
-        QCOMPARE(port, 3007);
-        LoginThread::splitAddress(QStringLiteral("5.6.7.8:4001"), address, port);
-        QCOMPARE(address, QStringLiteral("5.6.7.8"));
-        QCOMPARE(port, 4001);
     }
 
     void searchListsEachDeviceOnce()
