@@ -192,12 +192,6 @@ private slots:
     {
         TimeZoneWidget panel;
         auto* combo = find<QComboBox>(&panel, "comboBox");
-        QCOMPARE(combo->count(), 39);
-        QCOMPARE(combo->itemText(24), QStringLiteral("UTC+14::00 基里地马地岛"));
-        auto* last = combo->itemData(38).value<TimeZone*>();
-        QVERIFY(last);
-        QCOMPARE(last->offset + QLatin1Char('/') + last->id, QStringLiteral("720/1498347095"));
-
         panel.setDevice(m_settingsDevice);
         QVERIFY(idle(&panel));
         auto* edit = find<QDateTimeEdit>(&panel, "dateTimeEdit");
