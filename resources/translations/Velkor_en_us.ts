@@ -429,6 +429,29 @@
     </message>
 </context>
 <context>
+    <name>DeviceLogWidget</name>
+    <message>
+        <source>正在与设备通信，请稍候...</source>
+        <translation>Communicating with the device, please wait...</translation>
+    </message>
+    <message>
+        <source>时间范围</source>
+        <translation>Date Range</translation>
+    </message>
+    <message>
+        <source>至</source>
+        <translation>to</translation>
+    </message>
+    <message>
+        <source>查看日志</source>
+        <translation>View Log</translation>
+    </message>
+    <message>
+        <source>无法打开日志查看程序，日志已保存在：%1</source>
+        <translation>The log viewer could not be started. The log was saved to: %1</translation>
+    </message>
+</context>
+<context>
     <name>DeviceManageWidget</name>
     <message>
         <source>返回</source>
@@ -513,6 +536,45 @@
     <message>
         <source>修改设备名称成功</source>
         <translation>The device was renamed</translation>
+    </message>
+</context>
+<context>
+    <name>EmailSettingWidget</name>
+    <message>
+        <source>正在与设备通信，请稍候...</source>
+        <translation>Communicating with the device, please wait...</translation>
+    </message>
+    <message>
+        <source>公共SMTP设置</source>
+        <translation>Public SMTP Settings</translation>
+    </message>
+    <message>
+        <source>SMTP服务器：</source>
+        <translation>SMTP server:</translation>
+    </message>
+    <message>
+        <source>SMTP用户名：</source>
+        <translation>SMTP user name:</translation>
+    </message>
+    <message>
+        <source>SMTP密码：</source>
+        <translation>SMTP password:</translation>
+    </message>
+    <message>
+        <source>发送传真邮箱地址：</source>
+        <translation>Sender address for faxes:</translation>
+    </message>
+    <message>
+        <source>应用修改</source>
+        <translation>Apply Changes</translation>
+    </message>
+    <message>
+        <source>修改公共SMTP设置成功</source>
+        <translation>The public SMTP settings were changed.</translation>
+    </message>
+    <message>
+        <source>修改公共SMTP设置失败</source>
+        <translation>The public SMTP settings could not be changed.</translation>
     </message>
 </context>
 <context>
@@ -821,6 +883,181 @@
         <source>内部分发</source>
         <translation>Internal Distribution</translation>
     </message>
+    <message>
+        <source>正在与设备通信，请稍候...</source>
+        <translation>Communicating with the device, please wait...</translation>
+    </message>
+    <message>
+        <source>设备用户(双击添加)</source>
+        <translation>Device users (double-click to add)</translation>
+    </message>
+    <message>
+        <source>分发给(双击移除)</source>
+        <translation>Distribute to (double-click to remove)</translation>
+    </message>
+    <message>
+        <source>确定</source>
+        <translation>OK</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Cancel</translation>
+    </message>
+    <message>
+        <source>用户名</source>
+        <translation>User Name</translation>
+    </message>
+</context>
+<context>
+    <name>FaxHistoryWidget</name>
+    <message>
+        <source>正在与设备通信，请稍候...</source>
+        <translation>Communicating with the device, please wait...</translation>
+    </message>
+    <message>
+        <source>检索条件</source>
+        <translation>Search Criteria</translation>
+    </message>
+    <message>
+        <source>用户:</source>
+        <translation>User:</translation>
+    </message>
+    <message>
+        <source>传真号码:</source>
+        <translation>Fax Number:</translation>
+    </message>
+    <message>
+        <source>时间:</source>
+        <translation>Time:</translation>
+    </message>
+    <message>
+        <source>至</source>
+        <translation>to</translation>
+    </message>
+    <message>
+        <source>发送记录</source>
+        <translation>Sent</translation>
+    </message>
+    <message>
+        <source>接收记录</source>
+        <translation>Received</translation>
+    </message>
+    <message>
+        <source>开始检索</source>
+        <translation>Search</translation>
+    </message>
+    <message>
+        <source>查看内容</source>
+        <translation>View Content</translation>
+    </message>
+    <message>
+        <source>彻底删除</source>
+        <translation>Delete Permanently</translation>
+    </message>
+    <message>
+        <source>失败</source>
+        <translation>Failed</translation>
+    </message>
+    <message>
+        <source>成功</source>
+        <translation>Success</translation>
+    </message>
+    <message>
+        <source>排队中</source>
+        <translation>In queue</translation>
+    </message>
+    <message>
+        <source>已停止</source>
+        <translation>Stopped</translation>
+    </message>
+    <message>
+        <source>未读</source>
+        <translation>Unread</translation>
+    </message>
+    <message>
+        <source>已读</source>
+        <translation>Read</translation>
+    </message>
+    <message>
+        <source>已回复</source>
+        <translation>Replied</translation>
+    </message>
+    <message>
+        <source>已转发</source>
+        <translation>Forwarded</translation>
+    </message>
+    <message>
+        <source>已打印</source>
+        <translation>Printed</translation>
+    </message>
+    <message>
+        <source>所有用户</source>
+        <translation>All Users</translation>
+    </message>
+    <message>
+        <source>方向</source>
+        <translation>Direction</translation>
+    </message>
+    <message>
+        <source>收件人</source>
+        <translation>Recipient</translation>
+    </message>
+    <message>
+        <source>发件人</source>
+        <translation>Sender</translation>
+    </message>
+    <message>
+        <source>传真号码</source>
+        <translation>Fax number</translation>
+    </message>
+    <message>
+        <source>时间</source>
+        <translation>Time</translation>
+    </message>
+    <message>
+        <source>耗时(秒)</source>
+        <translation>Duration (s)</translation>
+    </message>
+    <message>
+        <source>状态</source>
+        <translation>Status</translation>
+    </message>
+    <message>
+        <source>任务编号</source>
+        <translation>Task ID</translation>
+    </message>
+    <message>
+        <source>文件编号</source>
+        <translation>File No.</translation>
+    </message>
+    <message>
+        <source>服务器编号</source>
+        <translation>Server No.</translation>
+    </message>
+    <message>
+        <source>线路</source>
+        <translation>Line</translation>
+    </message>
+    <message>
+        <source>速度(bps)</source>
+        <translation>Speed (bps)</translation>
+    </message>
+    <message>
+        <source>接收</source>
+        <translation>Receiving</translation>
+    </message>
+    <message>
+        <source>发送</source>
+        <translation>Sending</translation>
+    </message>
+    <message>
+        <source>当前设置不允许彻底删除</source>
+        <translation>The current settings do not allow permanent deletion</translation>
+    </message>
+    <message>
+        <source>删除失败</source>
+        <translation>Delete failed</translation>
+    </message>
 </context>
 <context>
     <name>FaxOptionDialog</name>
@@ -918,6 +1155,81 @@
     <message>
         <source>取消</source>
         <translation>Cancel</translation>
+    </message>
+</context>
+<context>
+    <name>FaxQueueWidget</name>
+    <message>
+        <source>正在与设备通信，请稍候...</source>
+        <translation>Communicating with the device, please wait...</translation>
+    </message>
+    <message>
+        <source>停止发送</source>
+        <translation>Stop Sending</translation>
+    </message>
+    <message>
+        <source>查看内容</source>
+        <translation>View Content</translation>
+    </message>
+    <message>
+        <source>刷新</source>
+        <translation>Refresh</translation>
+    </message>
+    <message>
+        <source>低</source>
+        <translation>Low</translation>
+    </message>
+    <message>
+        <source>普通</source>
+        <translation>Normal</translation>
+    </message>
+    <message>
+        <source>高</source>
+        <translation>High</translation>
+    </message>
+    <message>
+        <source>紧急</source>
+        <translation>Critical</translation>
+    </message>
+    <message>
+        <source>服务器</source>
+        <translation>Server</translation>
+    </message>
+    <message>
+        <source>任务编号</source>
+        <translation>Task ID</translation>
+    </message>
+    <message>
+        <source>文件编号</source>
+        <translation>File No.</translation>
+    </message>
+    <message>
+        <source>发送优先级</source>
+        <translation>Priority</translation>
+    </message>
+    <message>
+        <source>传真号码</source>
+        <translation>Fax number</translation>
+    </message>
+    <message>
+        <source>收件人</source>
+        <translation>Recipient</translation>
+    </message>
+    <message>
+        <source>发件人</source>
+        <translation>Sender</translation>
+    </message>
+    <message>
+        <source>拨号重试</source>
+        <translation>Dial attempt(s)</translation>
+    </message>
+    <message>
+        <source>发送时间</source>
+        <translation>Send time</translation>
+    </message>
+    <message>
+        <source>文字备注</source>
+        <translation>Remarks</translation>
     </message>
 </context>
 <context>
@@ -1020,6 +1332,49 @@
     <message>
         <source>已完成%1页%2%(共%3页)</source>
         <translation>Page %1 done, %2% (of %3 pages)</translation>
+    </message>
+</context>
+<context>
+    <name>FirmwareUpgradeWidget</name>
+    <message>
+        <source>正在与设备通信，请稍候...</source>
+        <translation>Communicating with the device, please wait...</translation>
+    </message>
+    <message>
+        <source>固件升级</source>
+        <translation>Firmware Upgrade</translation>
+    </message>
+    <message>
+        <source>更新文件:</source>
+        <translation>Update file:</translation>
+    </message>
+    <message>
+        <source>请选择系统更新文件</source>
+        <translation>Select the system update file</translation>
+    </message>
+    <message>
+        <source>浏览...</source>
+        <translation>Browse...</translation>
+    </message>
+    <message>
+        <source>开始更新</source>
+        <translation>Start Update</translation>
+    </message>
+    <message>
+        <source>重启服务器</source>
+        <translation>Restart Server</translation>
+    </message>
+    <message>
+        <source>选择文件</source>
+        <translation>Select File</translation>
+    </message>
+    <message>
+        <source>更新文件上传成功，服务器已关闭服务器进行更新工作，整个过程需时约3分钟。更新完成后服务器将自动重新开启服务，期间请保证服务器电源稳定。</source>
+        <translation>The update file was uploaded. The server has stopped its services to install the update, which takes about 3 minutes. It will restart its services by itself when done; please keep its power supply stable meanwhile.</translation>
+    </message>
+    <message>
+        <source>此操作将影响当前用户工作数据,并且服务器将重新启动，您确定要继续吗?</source>
+        <translation>This affects the work of current users and restarts the server. Do you want to continue?</translation>
     </message>
 </context>
 <context>
@@ -1126,6 +1481,149 @@
     </message>
 </context>
 <context>
+    <name>MainWindow</name>
+    <message>
+        <source>Velkor自动传真系统</source>
+        <translation>Velkor Automatic Fax System</translation>
+    </message>
+    <message>
+        <source>传真文件夹</source>
+        <translation>Faxes Folder</translation>
+    </message>
+    <message>
+        <source>收件箱</source>
+        <translation>Inbox</translation>
+    </message>
+    <message>
+        <source>发件箱</source>
+        <translation>Outbox</translation>
+    </message>
+    <message>
+        <source>已删除的传真</source>
+        <translation>Recycle Bin</translation>
+    </message>
+    <message>
+        <source>传真</source>
+        <translation>File</translation>
+    </message>
+    <message>
+        <source>新建传真</source>
+        <translation>New Fax</translation>
+    </message>
+    <message>
+        <source>用户选项</source>
+        <translation>Options</translation>
+    </message>
+    <message>
+        <source>帮助</source>
+        <translation>Help</translation>
+    </message>
+    <message>
+        <source>工具栏</source>
+        <translation>Toolbar</translation>
+    </message>
+    <message>
+        <source>添加设备</source>
+        <translation>Add a Device</translation>
+    </message>
+    <message>
+        <source>退出登陆</source>
+        <translation>Log Out</translation>
+    </message>
+    <message>
+        <source>退出</source>
+        <translation>Exit</translation>
+    </message>
+    <message>
+        <source>文件传真</source>
+        <translation>Fax a File</translation>
+    </message>
+    <message>
+        <source>来自文件</source>
+        <translation>From File</translation>
+    </message>
+    <message>
+        <source>回复</source>
+        <translation>Reply</translation>
+    </message>
+    <message>
+        <source>转发</source>
+        <translation>Forward</translation>
+    </message>
+    <message>
+        <source>删除</source>
+        <translation>Delete</translation>
+    </message>
+    <message>
+        <source>语言</source>
+        <translation>Language</translation>
+    </message>
+    <message>
+        <source>打印</source>
+        <translation>Print</translation>
+    </message>
+    <message>
+        <source>我的设备</source>
+        <translation>My Devices</translation>
+    </message>
+    <message>
+        <source>另存为</source>
+        <translation>Save As</translation>
+    </message>
+    <message>
+        <source>服务器信息</source>
+        <translation>Server Information</translation>
+    </message>
+    <message>
+        <source>关于Velkor</source>
+        <translation>About Velkor</translation>
+    </message>
+    <message>
+        <source>通讯簿</source>
+        <translation>Address Book</translation>
+    </message>
+    <message>
+        <source>传真自动输出</source>
+        <translation>Automatic Fax Output</translation>
+    </message>
+    <message>
+        <source>签章库</source>
+        <translation>Signature Library</translation>
+    </message>
+    <message>
+        <source>程序选项</source>
+        <translation>Options</translation>
+    </message>
+    <message>
+        <source>打开</source>
+        <translation>Open</translation>
+    </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor Message</translation>
+    </message>
+    <message>
+        <source>无法写入文件 %1</source>
+        <translation>Cannot write the file %1</translation>
+    </message>
+    <message>
+        <source>%1 (%2)
+局域网地址: %3  互联网地址: %4</source>
+        <translation>%1 (%2)
+LAN address: %3  Internet address: %4</translation>
+    </message>
+    <message>
+        <source>尚未绑定设备。</source>
+        <translation>No device is bound yet.</translation>
+    </message>
+    <message>
+        <source>Velkor自动传真系统 %1
+网络传真服务器的桌面客户端。</source>
+        <translation>Velkor Automatic Fax System %1
+The desktop client of a networked fax server.</translation>
+    </message>
+</context>
+<context>
     <name>ManualAssignWidget</name>
     <message>
         <source>设备ID或IP地址</source>
@@ -1183,6 +1681,73 @@
     </message>
 </context>
 <context>
+    <name>NetworkSettingWidget</name>
+    <message>
+        <source>正在与设备通信，请稍候...</source>
+        <translation>Communicating with the device, please wait...</translation>
+    </message>
+    <message>
+        <source>网络设置</source>
+        <translation>Network Settings</translation>
+    </message>
+    <message>
+        <source>Mac地址:</source>
+        <translation>MAC address:</translation>
+    </message>
+    <message>
+        <source>手工指定</source>
+        <translation>Set manually</translation>
+    </message>
+    <message>
+        <source>从DHCP获取</source>
+        <translation>Obtain from DHCP</translation>
+    </message>
+    <message>
+        <source>IP地址:</source>
+        <translation>IP address:</translation>
+    </message>
+    <message>
+        <source>IP地址2:</source>
+        <translation>IP address 2:</translation>
+    </message>
+    <message>
+        <source>IP地址3:</source>
+        <translation>IP address 3:</translation>
+    </message>
+    <message>
+        <source>子网掩码:</source>
+        <translation>Subnet mask:</translation>
+    </message>
+    <message>
+        <source>路由器:</source>
+        <translation>Router:</translation>
+    </message>
+    <message>
+        <source>DNS:</source>
+        <translation>DNS:</translation>
+    </message>
+    <message>
+        <source>Internet状态:</source>
+        <translation>Internet status:</translation>
+    </message>
+    <message>
+        <source>若客户端无法重新连接则放弃修改</source>
+        <translation>Discard the change if the client cannot reconnect</translation>
+    </message>
+    <message>
+        <source>应用修改</source>
+        <translation>Apply Changes</translation>
+    </message>
+    <message>
+        <source>修改网咯参数设置成功</source>
+        <translation>The network settings were changed.</translation>
+    </message>
+    <message>
+        <source>修改网咯参数设置失败</source>
+        <translation>The network settings could not be changed.</translation>
+    </message>
+</context>
+<context>
     <name>OCRDialog</name>
     <message>
         <source>OCR识别</source>
@@ -1205,41 +1770,81 @@
     </message>
 </context>
 <context>
-    <name>PlaceholderMainWindow</name>
-    <message>
-        <source>Velkor自动传真系统</source>
-        <translation>Velkor Automatic Fax System</translation>
-    </message>
-    <message>
-        <source>已登录：%1</source>
-        <translation>Logged in: %1</translation>
-    </message>
-    <message>
-        <source>用户选项</source>
-        <translation>Options</translation>
-    </message>
-    <message>
-        <source>语言</source>
-        <translation>Language</translation>
-    </message>
-    <message>
-        <source>程序选项</source>
-        <translation>Options</translation>
-    </message>
-    <message>
-        <source>退出登陆</source>
-        <translation>Log Out</translation>
-    </message>
-    <message>
-        <source>退出</source>
-        <translation>Exit</translation>
-    </message>
-</context>
-<context>
     <name>QAdvancedPixmap</name>
     <message>
         <source>请输入...</source>
         <translation>Please enter...</translation>
+    </message>
+</context>
+<context>
+    <name>ReceiveBoxWidget</name>
+    <message>
+        <source>状态</source>
+        <translation>Status</translation>
+    </message>
+    <message>
+        <source>来电号码</source>
+        <translation>Caller ID</translation>
+    </message>
+    <message>
+        <source>来自</source>
+        <translation>From</translation>
+    </message>
+    <message>
+        <source>页数</source>
+        <translation>Page(s)</translation>
+    </message>
+    <message>
+        <source>接收时间</source>
+        <translation>Receive Time</translation>
+    </message>
+    <message>
+        <source>文字备注</source>
+        <translation>Remarks</translation>
+    </message>
+    <message>
+        <source>服务器</source>
+        <translation>Server</translation>
+    </message>
+    <message>
+        <source>收到%1份传真</source>
+        <translation>%1 faxes received</translation>
+    </message>
+    <message>
+        <source>回复</source>
+        <translation>Reply</translation>
+    </message>
+    <message>
+        <source>转发</source>
+        <translation>Forward</translation>
+    </message>
+    <message>
+        <source>删除</source>
+        <translation>Delete</translation>
+    </message>
+    <message>
+        <source>内部分发</source>
+        <translation>Internal Distribution</translation>
+    </message>
+    <message>
+        <source>添加备注</source>
+        <translation>Add Remark</translation>
+    </message>
+    <message>
+        <source>保存为联系人</source>
+        <translation>Save as Contact</translation>
+    </message>
+    <message>
+        <source>OCR识别</source>
+        <translation>OCR</translation>
+    </message>
+    <message>
+        <source>标记为已读</source>
+        <translation>Mark as Read</translation>
+    </message>
+    <message>
+        <source>标记为未读</source>
+        <translation>Mark as Unread</translation>
     </message>
 </context>
 <context>
@@ -1323,6 +1928,145 @@
     </message>
 </context>
 <context>
+    <name>SendBoxWidget</name>
+    <message>
+        <source>%1次(%2次)</source>
+        <translation>%1 time(s) (%2)</translation>
+    </message>
+    <message>
+        <source>状态</source>
+        <translation>Status</translation>
+    </message>
+    <message>
+        <source>任务编号</source>
+        <translation>Task ID</translation>
+    </message>
+    <message>
+        <source>优先级</source>
+        <translation>Priority</translation>
+    </message>
+    <message>
+        <source>传真号码</source>
+        <translation>Fax number</translation>
+    </message>
+    <message>
+        <source>发送到</source>
+        <translation>Send To</translation>
+    </message>
+    <message>
+        <source>已发页数</source>
+        <translation>Page(s) Sent</translation>
+    </message>
+    <message>
+        <source>拨号重试</source>
+        <translation>Dial attempt(s)</translation>
+    </message>
+    <message>
+        <source>发送时间</source>
+        <translation>Send time</translation>
+    </message>
+    <message>
+        <source>文字备注</source>
+        <translation>Remarks</translation>
+    </message>
+    <message>
+        <source>失败原因</source>
+        <translation>Failure Issue</translation>
+    </message>
+    <message>
+        <source>服务器</source>
+        <translation>Server</translation>
+    </message>
+    <message>
+        <source>已完成%1页(共%2页)</source>
+        <translation>%1 page(s) done (%2 in all)</translation>
+    </message>
+    <message>
+        <source>转发</source>
+        <translation>Forward</translation>
+    </message>
+    <message>
+        <source>重试</source>
+        <translation>Retry</translation>
+    </message>
+    <message>
+        <source>删除</source>
+        <translation>Delete</translation>
+    </message>
+    <message>
+        <source>添加备注</source>
+        <translation>Add Remark</translation>
+    </message>
+    <message>
+        <source>内部分发</source>
+        <translation>Internal Distribution</translation>
+    </message>
+    <message>
+        <source>取消发送</source>
+        <translation>Cancel Sending</translation>
+    </message>
+    <message>
+        <source>开始上传</source>
+        <translation>Start Upload</translation>
+    </message>
+    <message>
+        <source>保存为联系人</source>
+        <translation>Save as Contact</translation>
+    </message>
+    <message>
+        <source>传真发送报告</source>
+        <translation>Fax Transmission Report</translation>
+    </message>
+    <message>
+        <source>报告时间:</source>
+        <translation>Report time:</translation>
+    </message>
+    <message>
+        <source>PID:</source>
+        <translation>PID:</translation>
+    </message>
+    <message>
+        <source>TID:</source>
+        <translation>TID:</translation>
+    </message>
+    <message>
+        <source>发送时间:</source>
+        <translation>Send time:</translation>
+    </message>
+    <message>
+        <source>收件人:</source>
+        <translation>Recipient:</translation>
+    </message>
+    <message>
+        <source>传真号码:</source>
+        <translation>Fax Number:</translation>
+    </message>
+    <message>
+        <source>耗时:</source>
+        <translation>Duration:</translation>
+    </message>
+    <message>
+        <source>%1秒</source>
+        <translation>%1 s</translation>
+    </message>
+    <message>
+        <source>发送页数:</source>
+        <translation>Pages sent:</translation>
+    </message>
+    <message>
+        <source>%1(共%2页)</source>
+        <translation>%1 (of %2 pages)</translation>
+    </message>
+    <message>
+        <source>结果:</source>
+        <translation>Result:</translation>
+    </message>
+    <message>
+        <source>成功</source>
+        <translation>Success</translation>
+    </message>
+</context>
+<context>
     <name>SettingDialog</name>
     <message>
         <source>程序选项</source>
@@ -1343,6 +2087,34 @@
     <message>
         <source>取消</source>
         <translation>Cancel</translation>
+    </message>
+    <message>
+        <source>外部程序与服务</source>
+        <translation>External Programs and Services</translation>
+    </message>
+    <message>
+        <source>OCR识别程序:</source>
+        <translation>OCR program:</translation>
+    </message>
+    <message>
+        <source>程序路径或名称</source>
+        <translation>Program path or name</translation>
+    </message>
+    <message>
+        <source>日志查看程序:</source>
+        <translation>Log viewer:</translation>
+    </message>
+    <message>
+        <source>默认: gedit 或系统默认程序 (%1 代表日志文件)</source>
+        <translation>Default: gedit or the desktop default (%1 stands for the log file)</translation>
+    </message>
+    <message>
+        <source>远程地址服务:</source>
+        <translation>Remote address service:</translation>
+    </message>
+    <message>
+        <source>http(s)://... (空则不使用)</source>
+        <translation>http(s)://... (empty: not used)</translation>
     </message>
 </context>
 <context>
@@ -1393,6 +2165,422 @@
     <message>
         <source>请输入...</source>
         <translation>Please enter...</translation>
+    </message>
+</context>
+<context>
+    <name>TimeZoneWidget</name>
+    <message>
+        <source>正在与设备通信，请稍候...</source>
+        <translation>Communicating with the device, please wait...</translation>
+    </message>
+    <message>
+        <source>服务器时间</source>
+        <translation>Device Time</translation>
+    </message>
+    <message>
+        <source>日期时间:</source>
+        <translation>Date and time:</translation>
+    </message>
+    <message>
+        <source>自动刷新</source>
+        <translation>Refresh automatically</translation>
+    </message>
+    <message>
+        <source>时区:</source>
+        <translation>Time zone:</translation>
+    </message>
+    <message>
+        <source>FSK时间同步</source>
+        <translation>FSK time sync</translation>
+    </message>
+    <message>
+        <source>应用修改</source>
+        <translation>Apply Changes</translation>
+    </message>
+    <message>
+        <source>UTC+00:00 都柏林</source>
+        <translation>UTC+00:00 Dublin</translation>
+    </message>
+    <message>
+        <source>UTC+01:00 英国</source>
+        <translation>UTC+01:00 United Kingdom</translation>
+    </message>
+    <message>
+        <source>UTC+02:00 法国</source>
+        <translation>UTC+02:00 France</translation>
+    </message>
+    <message>
+        <source>UTC+03:00 莫斯科</source>
+        <translation>UTC+03:00 Moscow</translation>
+    </message>
+    <message>
+        <source>UTC+03:30 英国</source>
+        <translation>UTC+03:30 United Kingdom</translation>
+    </message>
+    <message>
+        <source>UTC+04:00 阿塞拜疆</source>
+        <translation>UTC+04:00 Azerbaijan</translation>
+    </message>
+    <message>
+        <source>UTC+04:30 阿富汗,伊朗</source>
+        <translation>UTC+04:30 Afghanistan, Iran</translation>
+    </message>
+    <message>
+        <source>UTC+05:00 莫森</source>
+        <translation>UTC+05:00 Mawson</translation>
+    </message>
+    <message>
+        <source>UTC+05:45 尼泊尔</source>
+        <translation>UTC+05:45 Nepal</translation>
+    </message>
+    <message>
+        <source>UTC+06:00 沃斯托克</source>
+        <translation>UTC+06:00 Vostok</translation>
+    </message>
+    <message>
+        <source>UTC+06:30 缅甸</source>
+        <translation>UTC+06:30 Myanmar</translation>
+    </message>
+    <message>
+        <source>UTC+07:00 泰国</source>
+        <translation>UTC+07:00 Thailand</translation>
+    </message>
+    <message>
+        <source>UTC+08:00 中国大陆,香港</source>
+        <translation>UTC+08:00 Mainland China, Hong Kong</translation>
+    </message>
+    <message>
+        <source>UTC+08:45 尤克拉</source>
+        <translation>UTC+08:45 Eucla</translation>
+    </message>
+    <message>
+        <source>UTC+09:00 日本,韩国</source>
+        <translation>UTC+09:00 Japan, Korea</translation>
+    </message>
+    <message>
+        <source>UTC+09:30 阿德莱德</source>
+        <translation>UTC+09:30 Adelaide</translation>
+    </message>
+    <message>
+        <source>UTC+10:00 悉尼</source>
+        <translation>UTC+10:00 Sydney</translation>
+    </message>
+    <message>
+        <source>UTC+10:30 豪勋爵</source>
+        <translation>UTC+10:30 Lord Howe</translation>
+    </message>
+    <message>
+        <source>UTC+11:00 麦格理</source>
+        <translation>UTC+11:00 Macquarie</translation>
+    </message>
+    <message>
+        <source>UTC+12:00 麦克默多,新西兰</source>
+        <translation>UTC+12:00 McMurdo, New Zealand</translation>
+    </message>
+    <message>
+        <source>UTC+12:45 查塔姆</source>
+        <translation>UTC+12:45 Chatham</translation>
+    </message>
+    <message>
+        <source>UTC+13:00 萨摩亚</source>
+        <translation>UTC+13:00 Samoa</translation>
+    </message>
+    <message>
+        <source>UTC+14::00 基里地马地岛</source>
+        <translation>UTC+14:00 Kiritimati</translation>
+    </message>
+    <message>
+        <source>UTC-01:00 佛得角</source>
+        <translation>UTC-01:00 Cape Verde</translation>
+    </message>
+    <message>
+        <source>UTC-02:00 努克</source>
+        <translation>UTC-02:00 Nuuk</translation>
+    </message>
+    <message>
+        <source>UTC-03:00 阿拉瓜</source>
+        <translation>UTC-03:00 Araguaina</translation>
+    </message>
+    <message>
+        <source>UTC-04:00 纽约</source>
+        <translation>UTC-04:00 New York</translation>
+    </message>
+    <message>
+        <source>UTC-05:00 哥伦比亚</source>
+        <translation>UTC-05:00 Colombia</translation>
+    </message>
+    <message>
+        <source>UTC-06:00 伯利兹</source>
+        <translation>UTC-06:00 Belize</translation>
+    </message>
+    <message>
+        <source>UTC-07:00 克雷斯顿</source>
+        <translation>UTC-07:00 Creston</translation>
+    </message>
+    <message>
+        <source>UTC-08:00 安克雷奇</source>
+        <translation>UTC-08:00 Anchorage</translation>
+    </message>
+    <message>
+        <source>UTC-09:00 埃达克</source>
+        <translation>UTC-09:00 Adak</translation>
+    </message>
+    <message>
+        <source>UTC-09:30 马克萨斯</source>
+        <translation>UTC-09:30 Marquesas</translation>
+    </message>
+    <message>
+        <source>UTC-10:00 檀香山</source>
+        <translation>UTC-10:00 Honolulu</translation>
+    </message>
+    <message>
+        <source>UTC-11:00 中途岛</source>
+        <translation>UTC-11:00 Midway</translation>
+    </message>
+    <message>
+        <source>服务器时间设置修改成功</source>
+        <translation>The device time was changed.</translation>
+    </message>
+    <message>
+        <source>服务器时间设置修改失败</source>
+        <translation>The device time could not be changed.</translation>
+    </message>
+</context>
+<context>
+    <name>UserAccountWidget</name>
+    <message>
+        <source>正在与设备通信，请稍候...</source>
+        <translation>Communicating with the device, please wait...</translation>
+    </message>
+    <message>
+        <source>用户名:</source>
+        <translation>User name:</translation>
+    </message>
+    <message>
+        <source>密码:</source>
+        <translation>Password:</translation>
+    </message>
+    <message>
+        <source>分机号码:</source>
+        <translation>Extension:</translation>
+    </message>
+    <message>
+        <source>用户权限</source>
+        <translation>User Rights</translation>
+    </message>
+    <message>
+        <source>管理员</source>
+        <translation>Administrator</translation>
+    </message>
+    <message>
+        <source>分发员</source>
+        <translation>Distributor</translation>
+    </message>
+    <message>
+        <source>发传真</source>
+        <translation>Send faxes</translation>
+    </message>
+    <message>
+        <source>收传真</source>
+        <translation>Receive faxes</translation>
+    </message>
+    <message>
+        <source>远程登录</source>
+        <translation>Remote login</translation>
+    </message>
+    <message>
+        <source>传真转Email</source>
+        <translation>Fax to e-mail</translation>
+    </message>
+    <message>
+        <source>用户传真转Email选项</source>
+        <translation>Forwarding of the User's Faxes by E-mail</translation>
+    </message>
+    <message>
+        <source>转发条件:</source>
+        <translation>Forward:</translation>
+    </message>
+    <message>
+        <source>不转发</source>
+        <translation>Never</translation>
+    </message>
+    <message>
+        <source>不在线时转发</source>
+        <translation>When offline</translation>
+    </message>
+    <message>
+        <source>总是转发</source>
+        <translation>Always</translation>
+    </message>
+    <message>
+        <source>接收邮箱:</source>
+        <translation>Recipient address:</translation>
+    </message>
+    <message>
+        <source>SMTP设置:</source>
+        <translation>SMTP settings:</translation>
+    </message>
+    <message>
+        <source>使用公共SMTP设置</source>
+        <translation>Use the public SMTP settings</translation>
+    </message>
+    <message>
+        <source>自定义</source>
+        <translation>Custom</translation>
+    </message>
+    <message>
+        <source>SMTP服务器:</source>
+        <translation>SMTP server:</translation>
+    </message>
+    <message>
+        <source>SMTP用户名:</source>
+        <translation>SMTP user name:</translation>
+    </message>
+    <message>
+        <source>SMTP密码:</source>
+        <translation>SMTP password:</translation>
+    </message>
+    <message>
+        <source>发送邮箱地址:</source>
+        <translation>Sender address:</translation>
+    </message>
+    <message>
+        <source>添加用户</source>
+        <translation>Add User</translation>
+    </message>
+    <message>
+        <source>删除用户</source>
+        <translation>Delete User</translation>
+    </message>
+    <message>
+        <source>应用修改</source>
+        <translation>Apply Changes</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Cancel</translation>
+    </message>
+    <message>
+        <source>确定</source>
+        <translation>OK</translation>
+    </message>
+    <message>
+        <source>用户信息修改失败</source>
+        <translation>The user account could not be saved.</translation>
+    </message>
+    <message>
+        <source>用户信息修改成功</source>
+        <translation>The user account was saved.</translation>
+    </message>
+</context>
+<context>
+    <name>VersionStatusWidget</name>
+    <message>
+        <source>正在与设备通信，请稍候...</source>
+        <translation>Communicating with the device, please wait...</translation>
+    </message>
+    <message>
+        <source>版本与状态</source>
+        <translation>Version and Status</translation>
+    </message>
+    <message>
+        <source>硬件版本：</source>
+        <translation>Hardware version:</translation>
+    </message>
+    <message>
+        <source>BIOS版本：</source>
+        <translation>BIOS version:</translation>
+    </message>
+    <message>
+        <source>系统版本：</source>
+        <translation>System version:</translation>
+    </message>
+    <message>
+        <source>软件版本：</source>
+        <translation>Software version:</translation>
+    </message>
+    <message>
+        <source>传真固件：</source>
+        <translation>Fax firmware:</translation>
+    </message>
+    <message>
+        <source>发布时间：</source>
+        <translation>Release date:</translation>
+    </message>
+    <message>
+        <source>存储空间：</source>
+        <translation>Storage:</translation>
+    </message>
+    <message>
+        <source>来电制式：</source>
+        <translation>Caller ID type:</translation>
+    </message>
+    <message>
+        <source>线路状态：</source>
+        <translation>Line status:</translation>
+    </message>
+    <message>
+        <source>刷新</source>
+        <translation>Refresh</translation>
+    </message>
+    <message>
+        <source>线路1:</source>
+        <translation>Line 1:</translation>
+    </message>
+    <message>
+        <source>线路2:</source>
+        <translation>Line 2:</translation>
+    </message>
+    <message>
+        <source>未知:</source>
+        <translation>Unknown:</translation>
+    </message>
+    <message>
+        <source>空闲</source>
+        <translation>Idle</translation>
+    </message>
+    <message>
+        <source>发送中</source>
+        <translation>Sending</translation>
+    </message>
+    <message>
+        <source>接受中</source>
+        <translation>Receiving</translation>
+    </message>
+    <message>
+        <source>正在振铃</source>
+        <translation>Ringing</translation>
+    </message>
+    <message>
+        <source>已摘机</source>
+        <translation>Off hook</translation>
+    </message>
+    <message>
+        <source>断开</source>
+        <translation>Disconnected</translation>
+    </message>
+    <message>
+        <source>总大小:%1MB 剩余:%2MB</source>
+        <translation>Total: %1 MB  Free: %2 MB</translation>
+    </message>
+</context>
+<context>
+    <name>VoiceMonitorDialog</name>
+    <message>
+        <source>设备语音监听</source>
+        <translation>Device Voice Monitor</translation>
+    </message>
+    <message>
+        <source>未监听</source>
+        <translation>Not listening</translation>
+    </message>
+    <message>
+        <source>开始监听</source>
+        <translation>Start Listening</translation>
+    </message>
+    <message>
+        <source>停止监听</source>
+        <translation>Stop Listening</translation>
     </message>
 </context>
 </TS>

@@ -429,6 +429,29 @@
     </message>
 </context>
 <context>
+    <name>DeviceLogWidget</name>
+    <message>
+        <source>正在与设备通信，请稍候...</source>
+        <translation>正在与设备通信，请稍候...</translation>
+    </message>
+    <message>
+        <source>时间范围</source>
+        <translation>时间范围</translation>
+    </message>
+    <message>
+        <source>至</source>
+        <translation>至</translation>
+    </message>
+    <message>
+        <source>查看日志</source>
+        <translation>查看日志</translation>
+    </message>
+    <message>
+        <source>无法打开日志查看程序，日志已保存在：%1</source>
+        <translation>无法打开日志查看程序，日志已保存在：%1</translation>
+    </message>
+</context>
+<context>
     <name>DeviceManageWidget</name>
     <message>
         <source>返回</source>
@@ -513,6 +536,45 @@
     <message>
         <source>修改设备名称成功</source>
         <translation>修改设备名称成功</translation>
+    </message>
+</context>
+<context>
+    <name>EmailSettingWidget</name>
+    <message>
+        <source>正在与设备通信，请稍候...</source>
+        <translation>正在与设备通信，请稍候...</translation>
+    </message>
+    <message>
+        <source>公共SMTP设置</source>
+        <translation>公共SMTP设置</translation>
+    </message>
+    <message>
+        <source>SMTP服务器：</source>
+        <translation>SMTP服务器：</translation>
+    </message>
+    <message>
+        <source>SMTP用户名：</source>
+        <translation>SMTP用户名：</translation>
+    </message>
+    <message>
+        <source>SMTP密码：</source>
+        <translation>SMTP密码：</translation>
+    </message>
+    <message>
+        <source>发送传真邮箱地址：</source>
+        <translation>发送传真邮箱地址：</translation>
+    </message>
+    <message>
+        <source>应用修改</source>
+        <translation>应用修改</translation>
+    </message>
+    <message>
+        <source>修改公共SMTP设置成功</source>
+        <translation>修改公共SMTP设置成功</translation>
+    </message>
+    <message>
+        <source>修改公共SMTP设置失败</source>
+        <translation>修改公共SMTP设置失败</translation>
     </message>
 </context>
 <context>
@@ -821,6 +883,181 @@
         <source>内部分发</source>
         <translation>内部分发</translation>
     </message>
+    <message>
+        <source>正在与设备通信，请稍候...</source>
+        <translation>正在与设备通信，请稍候...</translation>
+    </message>
+    <message>
+        <source>设备用户(双击添加)</source>
+        <translation>设备用户(双击添加)</translation>
+    </message>
+    <message>
+        <source>分发给(双击移除)</source>
+        <translation>分发给(双击移除)</translation>
+    </message>
+    <message>
+        <source>确定</source>
+        <translation>确定</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>取消</translation>
+    </message>
+    <message>
+        <source>用户名</source>
+        <translation>用户名</translation>
+    </message>
+</context>
+<context>
+    <name>FaxHistoryWidget</name>
+    <message>
+        <source>正在与设备通信，请稍候...</source>
+        <translation>正在与设备通信，请稍候...</translation>
+    </message>
+    <message>
+        <source>检索条件</source>
+        <translation>检索条件</translation>
+    </message>
+    <message>
+        <source>用户:</source>
+        <translation>用户:</translation>
+    </message>
+    <message>
+        <source>传真号码:</source>
+        <translation>传真号码:</translation>
+    </message>
+    <message>
+        <source>时间:</source>
+        <translation>时间:</translation>
+    </message>
+    <message>
+        <source>至</source>
+        <translation>至</translation>
+    </message>
+    <message>
+        <source>发送记录</source>
+        <translation>发送记录</translation>
+    </message>
+    <message>
+        <source>接收记录</source>
+        <translation>接收记录</translation>
+    </message>
+    <message>
+        <source>开始检索</source>
+        <translation>开始检索</translation>
+    </message>
+    <message>
+        <source>查看内容</source>
+        <translation>查看内容</translation>
+    </message>
+    <message>
+        <source>彻底删除</source>
+        <translation>彻底删除</translation>
+    </message>
+    <message>
+        <source>失败</source>
+        <translation>失败</translation>
+    </message>
+    <message>
+        <source>成功</source>
+        <translation>成功</translation>
+    </message>
+    <message>
+        <source>排队中</source>
+        <translation>排队中</translation>
+    </message>
+    <message>
+        <source>已停止</source>
+        <translation>已停止</translation>
+    </message>
+    <message>
+        <source>未读</source>
+        <translation>未读</translation>
+    </message>
+    <message>
+        <source>已读</source>
+        <translation>已读</translation>
+    </message>
+    <message>
+        <source>已回复</source>
+        <translation>已回复</translation>
+    </message>
+    <message>
+        <source>已转发</source>
+        <translation>已转发</translation>
+    </message>
+    <message>
+        <source>已打印</source>
+        <translation>已打印</translation>
+    </message>
+    <message>
+        <source>所有用户</source>
+        <translation>所有用户</translation>
+    </message>
+    <message>
+        <source>方向</source>
+        <translation>方向</translation>
+    </message>
+    <message>
+        <source>收件人</source>
+        <translation>收件人</translation>
+    </message>
+    <message>
+        <source>发件人</source>
+        <translation>发件人</translation>
+    </message>
+    <message>
+        <source>传真号码</source>
+        <translation>传真号码</translation>
+    </message>
+    <message>
+        <source>时间</source>
+        <translation>时间</translation>
+    </message>
+    <message>
+        <source>耗时(秒)</source>
+        <translation>耗时(秒)</translation>
+    </message>
+    <message>
+        <source>状态</source>
+        <translation>状态</translation>
+    </message>
+    <message>
+        <source>任务编号</source>
+        <translation>任务编号</translation>
+    </message>
+    <message>
+        <source>文件编号</source>
+        <translation>文件编号</translation>
+    </message>
+    <message>
+        <source>服务器编号</source>
+        <translation>服务器编号</translation>
+    </message>
+    <message>
+        <source>线路</source>
+        <translation>线路</translation>
+    </message>
+    <message>
+        <source>速度(bps)</source>
+        <translation>速度(bps)</translation>
+    </message>
+    <message>
+        <source>接收</source>
+        <translation>接收</translation>
+    </message>
+    <message>
+        <source>发送</source>
+        <translation>发送</translation>
+    </message>
+    <message>
+        <source>当前设置不允许彻底删除</source>
+        <translation>当前设置不允许彻底删除</translation>
+    </message>
+    <message>
+        <source>删除失败</source>
+        <translation>删除失败</translation>
+    </message>
 </context>
 <context>
     <name>FaxOptionDialog</name>
@@ -918,6 +1155,81 @@
     <message>
         <source>取消</source>
         <translation>取消</translation>
+    </message>
+</context>
+<context>
+    <name>FaxQueueWidget</name>
+    <message>
+        <source>正在与设备通信，请稍候...</source>
+        <translation>正在与设备通信，请稍候...</translation>
+    </message>
+    <message>
+        <source>停止发送</source>
+        <translation>停止发送</translation>
+    </message>
+    <message>
+        <source>查看内容</source>
+        <translation>查看内容</translation>
+    </message>
+    <message>
+        <source>刷新</source>
+        <translation>刷新</translation>
+    </message>
+    <message>
+        <source>低</source>
+        <translation>低</translation>
+    </message>
+    <message>
+        <source>普通</source>
+        <translation>普通</translation>
+    </message>
+    <message>
+        <source>高</source>
+        <translation>高</translation>
+    </message>
+    <message>
+        <source>紧急</source>
+        <translation>紧急</translation>
+    </message>
+    <message>
+        <source>服务器</source>
+        <translation>服务器</translation>
+    </message>
+    <message>
+        <source>任务编号</source>
+        <translation>任务编号</translation>
+    </message>
+    <message>
+        <source>文件编号</source>
+        <translation>文件编号</translation>
+    </message>
+    <message>
+        <source>发送优先级</source>
+        <translation>发送优先级</translation>
+    </message>
+    <message>
+        <source>传真号码</source>
+        <translation>传真号码</translation>
+    </message>
+    <message>
+        <source>收件人</source>
+        <translation>收件人</translation>
+    </message>
+    <message>
+        <source>发件人</source>
+        <translation>发件人</translation>
+    </message>
+    <message>
+        <source>拨号重试</source>
+        <translation>拨号重试</translation>
+    </message>
+    <message>
+        <source>发送时间</source>
+        <translation>发送时间</translation>
+    </message>
+    <message>
+        <source>文字备注</source>
+        <translation>文字备注</translation>
     </message>
 </context>
 <context>
@@ -1020,6 +1332,49 @@
     <message>
         <source>已完成%1页%2%(共%3页)</source>
         <translation>已完成%1页%2%(共%3页)</translation>
+    </message>
+</context>
+<context>
+    <name>FirmwareUpgradeWidget</name>
+    <message>
+        <source>正在与设备通信，请稍候...</source>
+        <translation>正在与设备通信，请稍候...</translation>
+    </message>
+    <message>
+        <source>固件升级</source>
+        <translation>固件升级</translation>
+    </message>
+    <message>
+        <source>更新文件:</source>
+        <translation>更新文件:</translation>
+    </message>
+    <message>
+        <source>请选择系统更新文件</source>
+        <translation>请选择系统更新文件</translation>
+    </message>
+    <message>
+        <source>浏览...</source>
+        <translation>浏览...</translation>
+    </message>
+    <message>
+        <source>开始更新</source>
+        <translation>开始更新</translation>
+    </message>
+    <message>
+        <source>重启服务器</source>
+        <translation>重启服务器</translation>
+    </message>
+    <message>
+        <source>选择文件</source>
+        <translation>选择文件</translation>
+    </message>
+    <message>
+        <source>更新文件上传成功，服务器已关闭服务器进行更新工作，整个过程需时约3分钟。更新完成后服务器将自动重新开启服务，期间请保证服务器电源稳定。</source>
+        <translation>更新文件上传成功，服务器已关闭服务器进行更新工作，整个过程需时约3分钟。更新完成后服务器将自动重新开启服务，期间请保证服务器电源稳定。</translation>
+    </message>
+    <message>
+        <source>此操作将影响当前用户工作数据,并且服务器将重新启动，您确定要继续吗?</source>
+        <translation>此操作将影响当前用户工作数据,并且服务器将重新启动，您确定要继续吗?</translation>
     </message>
 </context>
 <context>
@@ -1126,6 +1481,149 @@
     </message>
 </context>
 <context>
+    <name>MainWindow</name>
+    <message>
+        <source>Velkor自动传真系统</source>
+        <translation>Velkor自动传真系统</translation>
+    </message>
+    <message>
+        <source>传真文件夹</source>
+        <translation>传真文件夹</translation>
+    </message>
+    <message>
+        <source>收件箱</source>
+        <translation>收件箱</translation>
+    </message>
+    <message>
+        <source>发件箱</source>
+        <translation>发件箱</translation>
+    </message>
+    <message>
+        <source>已删除的传真</source>
+        <translation>已删除的传真</translation>
+    </message>
+    <message>
+        <source>传真</source>
+        <translation>传真</translation>
+    </message>
+    <message>
+        <source>新建传真</source>
+        <translation>新建传真</translation>
+    </message>
+    <message>
+        <source>用户选项</source>
+        <translation>用户选项</translation>
+    </message>
+    <message>
+        <source>帮助</source>
+        <translation>帮助</translation>
+    </message>
+    <message>
+        <source>工具栏</source>
+        <translation>工具栏</translation>
+    </message>
+    <message>
+        <source>添加设备</source>
+        <translation>添加设备</translation>
+    </message>
+    <message>
+        <source>退出登陆</source>
+        <translation>退出登陆</translation>
+    </message>
+    <message>
+        <source>退出</source>
+        <translation>退出</translation>
+    </message>
+    <message>
+        <source>文件传真</source>
+        <translation>文件传真</translation>
+    </message>
+    <message>
+        <source>来自文件</source>
+        <translation>来自文件</translation>
+    </message>
+    <message>
+        <source>回复</source>
+        <translation>回复</translation>
+    </message>
+    <message>
+        <source>转发</source>
+        <translation>转发</translation>
+    </message>
+    <message>
+        <source>删除</source>
+        <translation>删除</translation>
+    </message>
+    <message>
+        <source>语言</source>
+        <translation>语言</translation>
+    </message>
+    <message>
+        <source>打印</source>
+        <translation>打印</translation>
+    </message>
+    <message>
+        <source>我的设备</source>
+        <translation>我的设备</translation>
+    </message>
+    <message>
+        <source>另存为</source>
+        <translation>另存为</translation>
+    </message>
+    <message>
+        <source>服务器信息</source>
+        <translation>服务器信息</translation>
+    </message>
+    <message>
+        <source>关于Velkor</source>
+        <translation>关于Velkor</translation>
+    </message>
+    <message>
+        <source>通讯簿</source>
+        <translation>通讯簿</translation>
+    </message>
+    <message>
+        <source>传真自动输出</source>
+        <translation>传真自动输出</translation>
+    </message>
+    <message>
+        <source>签章库</source>
+        <translation>签章库</translation>
+    </message>
+    <message>
+        <source>程序选项</source>
+        <translation>程序选项</translation>
+    </message>
+    <message>
+        <source>打开</source>
+        <translation>打开</translation>
+    </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor 消息</translation>
+    </message>
+    <message>
+        <source>无法写入文件 %1</source>
+        <translation>无法写入文件 %1</translation>
+    </message>
+    <message>
+        <source>%1 (%2)
+局域网地址: %3  互联网地址: %4</source>
+        <translation>%1 (%2)
+局域网地址: %3  互联网地址: %4</translation>
+    </message>
+    <message>
+        <source>尚未绑定设备。</source>
+        <translation>尚未绑定设备。</translation>
+    </message>
+    <message>
+        <source>Velkor自动传真系统 %1
+网络传真服务器的桌面客户端。</source>
+        <translation>Velkor自动传真系统 %1
+网络传真服务器的桌面客户端。</translation>
+    </message>
+</context>
+<context>
     <name>ManualAssignWidget</name>
     <message>
         <source>设备ID或IP地址</source>
@@ -1183,6 +1681,73 @@
     </message>
 </context>
 <context>
+    <name>NetworkSettingWidget</name>
+    <message>
+        <source>正在与设备通信，请稍候...</source>
+        <translation>正在与设备通信，请稍候...</translation>
+    </message>
+    <message>
+        <source>网络设置</source>
+        <translation>网络设置</translation>
+    </message>
+    <message>
+        <source>Mac地址:</source>
+        <translation>Mac地址:</translation>
+    </message>
+    <message>
+        <source>手工指定</source>
+        <translation>手工指定</translation>
+    </message>
+    <message>
+        <source>从DHCP获取</source>
+        <translation>从DHCP获取</translation>
+    </message>
+    <message>
+        <source>IP地址:</source>
+        <translation>IP地址:</translation>
+    </message>
+    <message>
+        <source>IP地址2:</source>
+        <translation>IP地址2:</translation>
+    </message>
+    <message>
+        <source>IP地址3:</source>
+        <translation>IP地址3:</translation>
+    </message>
+    <message>
+        <source>子网掩码:</source>
+        <translation>子网掩码:</translation>
+    </message>
+    <message>
+        <source>路由器:</source>
+        <translation>路由器:</translation>
+    </message>
+    <message>
+        <source>DNS:</source>
+        <translation>DNS:</translation>
+    </message>
+    <message>
+        <source>Internet状态:</source>
+        <translation>Internet状态:</translation>
+    </message>
+    <message>
+        <source>若客户端无法重新连接则放弃修改</source>
+        <translation>若客户端无法重新连接则放弃修改</translation>
+    </message>
+    <message>
+        <source>应用修改</source>
+        <translation>应用修改</translation>
+    </message>
+    <message>
+        <source>修改网咯参数设置成功</source>
+        <translation>修改网咯参数设置成功</translation>
+    </message>
+    <message>
+        <source>修改网咯参数设置失败</source>
+        <translation>修改网咯参数设置失败</translation>
+    </message>
+</context>
+<context>
     <name>OCRDialog</name>
     <message>
         <source>OCR识别</source>
@@ -1205,41 +1770,81 @@
     </message>
 </context>
 <context>
-    <name>PlaceholderMainWindow</name>
-    <message>
-        <source>Velkor自动传真系统</source>
-        <translation>Velkor自动传真系统</translation>
-    </message>
-    <message>
-        <source>已登录：%1</source>
-        <translation>已登录：%1</translation>
-    </message>
-    <message>
-        <source>用户选项</source>
-        <translation>用户选项</translation>
-    </message>
-    <message>
-        <source>语言</source>
-        <translation>语言</translation>
-    </message>
-    <message>
-        <source>程序选项</source>
-        <translation>程序选项</translation>
-    </message>
-    <message>
-        <source>退出登陆</source>
-        <translation>退出登陆</translation>
-    </message>
-    <message>
-        <source>退出</source>
-        <translation>退出</translation>
-    </message>
-</context>
-<context>
     <name>QAdvancedPixmap</name>
     <message>
         <source>请输入...</source>
         <translation>请输入...</translation>
+    </message>
+</context>
+<context>
+    <name>ReceiveBoxWidget</name>
+    <message>
+        <source>状态</source>
+        <translation>状态</translation>
+    </message>
+    <message>
+        <source>来电号码</source>
+        <translation>来电号码</translation>
+    </message>
+    <message>
+        <source>来自</source>
+        <translation>来自</translation>
+    </message>
+    <message>
+        <source>页数</source>
+        <translation>页数</translation>
+    </message>
+    <message>
+        <source>接收时间</source>
+        <translation>接收时间</translation>
+    </message>
+    <message>
+        <source>文字备注</source>
+        <translation>文字备注</translation>
+    </message>
+    <message>
+        <source>服务器</source>
+        <translation>服务器</translation>
+    </message>
+    <message>
+        <source>收到%1份传真</source>
+        <translation>收到%1份传真</translation>
+    </message>
+    <message>
+        <source>回复</source>
+        <translation>回复</translation>
+    </message>
+    <message>
+        <source>转发</source>
+        <translation>转发</translation>
+    </message>
+    <message>
+        <source>删除</source>
+        <translation>删除</translation>
+    </message>
+    <message>
+        <source>内部分发</source>
+        <translation>内部分发</translation>
+    </message>
+    <message>
+        <source>添加备注</source>
+        <translation>添加备注</translation>
+    </message>
+    <message>
+        <source>保存为联系人</source>
+        <translation>保存为联系人</translation>
+    </message>
+    <message>
+        <source>OCR识别</source>
+        <translation>OCR识别</translation>
+    </message>
+    <message>
+        <source>标记为已读</source>
+        <translation>标记为已读</translation>
+    </message>
+    <message>
+        <source>标记为未读</source>
+        <translation>标记为未读</translation>
     </message>
 </context>
 <context>
@@ -1323,6 +1928,145 @@
     </message>
 </context>
 <context>
+    <name>SendBoxWidget</name>
+    <message>
+        <source>%1次(%2次)</source>
+        <translation>%1次(%2次)</translation>
+    </message>
+    <message>
+        <source>状态</source>
+        <translation>状态</translation>
+    </message>
+    <message>
+        <source>任务编号</source>
+        <translation>任务编号</translation>
+    </message>
+    <message>
+        <source>优先级</source>
+        <translation>优先级</translation>
+    </message>
+    <message>
+        <source>传真号码</source>
+        <translation>传真号码</translation>
+    </message>
+    <message>
+        <source>发送到</source>
+        <translation>发送到</translation>
+    </message>
+    <message>
+        <source>已发页数</source>
+        <translation>已发页数</translation>
+    </message>
+    <message>
+        <source>拨号重试</source>
+        <translation>拨号重试</translation>
+    </message>
+    <message>
+        <source>发送时间</source>
+        <translation>发送时间</translation>
+    </message>
+    <message>
+        <source>文字备注</source>
+        <translation>文字备注</translation>
+    </message>
+    <message>
+        <source>失败原因</source>
+        <translation>失败原因</translation>
+    </message>
+    <message>
+        <source>服务器</source>
+        <translation>服务器</translation>
+    </message>
+    <message>
+        <source>已完成%1页(共%2页)</source>
+        <translation>已完成%1页(共%2页)</translation>
+    </message>
+    <message>
+        <source>转发</source>
+        <translation>转发</translation>
+    </message>
+    <message>
+        <source>重试</source>
+        <translation>重试</translation>
+    </message>
+    <message>
+        <source>删除</source>
+        <translation>删除</translation>
+    </message>
+    <message>
+        <source>添加备注</source>
+        <translation>添加备注</translation>
+    </message>
+    <message>
+        <source>内部分发</source>
+        <translation>内部分发</translation>
+    </message>
+    <message>
+        <source>取消发送</source>
+        <translation>取消发送</translation>
+    </message>
+    <message>
+        <source>开始上传</source>
+        <translation>开始上传</translation>
+    </message>
+    <message>
+        <source>保存为联系人</source>
+        <translation>保存为联系人</translation>
+    </message>
+    <message>
+        <source>传真发送报告</source>
+        <translation>传真发送报告</translation>
+    </message>
+    <message>
+        <source>报告时间:</source>
+        <translation>报告时间:</translation>
+    </message>
+    <message>
+        <source>PID:</source>
+        <translation>PID:</translation>
+    </message>
+    <message>
+        <source>TID:</source>
+        <translation>TID:</translation>
+    </message>
+    <message>
+        <source>发送时间:</source>
+        <translation>发送时间:</translation>
+    </message>
+    <message>
+        <source>收件人:</source>
+        <translation>收件人:</translation>
+    </message>
+    <message>
+        <source>传真号码:</source>
+        <translation>传真号码:</translation>
+    </message>
+    <message>
+        <source>耗时:</source>
+        <translation>耗时:</translation>
+    </message>
+    <message>
+        <source>%1秒</source>
+        <translation>%1秒</translation>
+    </message>
+    <message>
+        <source>发送页数:</source>
+        <translation>发送页数:</translation>
+    </message>
+    <message>
+        <source>%1(共%2页)</source>
+        <translation>%1(共%2页)</translation>
+    </message>
+    <message>
+        <source>结果:</source>
+        <translation>结果:</translation>
+    </message>
+    <message>
+        <source>成功</source>
+        <translation>成功</translation>
+    </message>
+</context>
+<context>
     <name>SettingDialog</name>
     <message>
         <source>程序选项</source>
@@ -1343,6 +2087,34 @@
     <message>
         <source>取消</source>
         <translation>取消</translation>
+    </message>
+    <message>
+        <source>外部程序与服务</source>
+        <translation>外部程序与服务</translation>
+    </message>
+    <message>
+        <source>OCR识别程序:</source>
+        <translation>OCR识别程序:</translation>
+    </message>
+    <message>
+        <source>程序路径或名称</source>
+        <translation>程序路径或名称</translation>
+    </message>
+    <message>
+        <source>日志查看程序:</source>
+        <translation>日志查看程序:</translation>
+    </message>
+    <message>
+        <source>默认: gedit 或系统默认程序 (%1 代表日志文件)</source>
+        <translation>默认: gedit 或系统默认程序 (%1 代表日志文件)</translation>
+    </message>
+    <message>
+        <source>远程地址服务:</source>
+        <translation>远程地址服务:</translation>
+    </message>
+    <message>
+        <source>http(s)://... (空则不使用)</source>
+        <translation>http(s)://... (空则不使用)</translation>
     </message>
 </context>
 <context>
@@ -1393,6 +2165,422 @@
     <message>
         <source>请输入...</source>
         <translation>请输入...</translation>
+    </message>
+</context>
+<context>
+    <name>TimeZoneWidget</name>
+    <message>
+        <source>正在与设备通信，请稍候...</source>
+        <translation>正在与设备通信，请稍候...</translation>
+    </message>
+    <message>
+        <source>服务器时间</source>
+        <translation>服务器时间</translation>
+    </message>
+    <message>
+        <source>日期时间:</source>
+        <translation>日期时间:</translation>
+    </message>
+    <message>
+        <source>自动刷新</source>
+        <translation>自动刷新</translation>
+    </message>
+    <message>
+        <source>时区:</source>
+        <translation>时区:</translation>
+    </message>
+    <message>
+        <source>FSK时间同步</source>
+        <translation>FSK时间同步</translation>
+    </message>
+    <message>
+        <source>应用修改</source>
+        <translation>应用修改</translation>
+    </message>
+    <message>
+        <source>UTC+00:00 都柏林</source>
+        <translation>UTC+00:00 都柏林</translation>
+    </message>
+    <message>
+        <source>UTC+01:00 英国</source>
+        <translation>UTC+01:00 英国</translation>
+    </message>
+    <message>
+        <source>UTC+02:00 法国</source>
+        <translation>UTC+02:00 法国</translation>
+    </message>
+    <message>
+        <source>UTC+03:00 莫斯科</source>
+        <translation>UTC+03:00 莫斯科</translation>
+    </message>
+    <message>
+        <source>UTC+03:30 英国</source>
+        <translation>UTC+03:30 英国</translation>
+    </message>
+    <message>
+        <source>UTC+04:00 阿塞拜疆</source>
+        <translation>UTC+04:00 阿塞拜疆</translation>
+    </message>
+    <message>
+        <source>UTC+04:30 阿富汗,伊朗</source>
+        <translation>UTC+04:30 阿富汗,伊朗</translation>
+    </message>
+    <message>
+        <source>UTC+05:00 莫森</source>
+        <translation>UTC+05:00 莫森</translation>
+    </message>
+    <message>
+        <source>UTC+05:45 尼泊尔</source>
+        <translation>UTC+05:45 尼泊尔</translation>
+    </message>
+    <message>
+        <source>UTC+06:00 沃斯托克</source>
+        <translation>UTC+06:00 沃斯托克</translation>
+    </message>
+    <message>
+        <source>UTC+06:30 缅甸</source>
+        <translation>UTC+06:30 缅甸</translation>
+    </message>
+    <message>
+        <source>UTC+07:00 泰国</source>
+        <translation>UTC+07:00 泰国</translation>
+    </message>
+    <message>
+        <source>UTC+08:00 中国大陆,香港</source>
+        <translation>UTC+08:00 中国大陆,香港</translation>
+    </message>
+    <message>
+        <source>UTC+08:45 尤克拉</source>
+        <translation>UTC+08:45 尤克拉</translation>
+    </message>
+    <message>
+        <source>UTC+09:00 日本,韩国</source>
+        <translation>UTC+09:00 日本,韩国</translation>
+    </message>
+    <message>
+        <source>UTC+09:30 阿德莱德</source>
+        <translation>UTC+09:30 阿德莱德</translation>
+    </message>
+    <message>
+        <source>UTC+10:00 悉尼</source>
+        <translation>UTC+10:00 悉尼</translation>
+    </message>
+    <message>
+        <source>UTC+10:30 豪勋爵</source>
+        <translation>UTC+10:30 豪勋爵</translation>
+    </message>
+    <message>
+        <source>UTC+11:00 麦格理</source>
+        <translation>UTC+11:00 麦格理</translation>
+    </message>
+    <message>
+        <source>UTC+12:00 麦克默多,新西兰</source>
+        <translation>UTC+12:00 麦克默多,新西兰</translation>
+    </message>
+    <message>
+        <source>UTC+12:45 查塔姆</source>
+        <translation>UTC+12:45 查塔姆</translation>
+    </message>
+    <message>
+        <source>UTC+13:00 萨摩亚</source>
+        <translation>UTC+13:00 萨摩亚</translation>
+    </message>
+    <message>
+        <source>UTC+14::00 基里地马地岛</source>
+        <translation>UTC+14::00 基里地马地岛</translation>
+    </message>
+    <message>
+        <source>UTC-01:00 佛得角</source>
+        <translation>UTC-01:00 佛得角</translation>
+    </message>
+    <message>
+        <source>UTC-02:00 努克</source>
+        <translation>UTC-02:00 努克</translation>
+    </message>
+    <message>
+        <source>UTC-03:00 阿拉瓜</source>
+        <translation>UTC-03:00 阿拉瓜</translation>
+    </message>
+    <message>
+        <source>UTC-04:00 纽约</source>
+        <translation>UTC-04:00 纽约</translation>
+    </message>
+    <message>
+        <source>UTC-05:00 哥伦比亚</source>
+        <translation>UTC-05:00 哥伦比亚</translation>
+    </message>
+    <message>
+        <source>UTC-06:00 伯利兹</source>
+        <translation>UTC-06:00 伯利兹</translation>
+    </message>
+    <message>
+        <source>UTC-07:00 克雷斯顿</source>
+        <translation>UTC-07:00 克雷斯顿</translation>
+    </message>
+    <message>
+        <source>UTC-08:00 安克雷奇</source>
+        <translation>UTC-08:00 安克雷奇</translation>
+    </message>
+    <message>
+        <source>UTC-09:00 埃达克</source>
+        <translation>UTC-09:00 埃达克</translation>
+    </message>
+    <message>
+        <source>UTC-09:30 马克萨斯</source>
+        <translation>UTC-09:30 马克萨斯</translation>
+    </message>
+    <message>
+        <source>UTC-10:00 檀香山</source>
+        <translation>UTC-10:00 檀香山</translation>
+    </message>
+    <message>
+        <source>UTC-11:00 中途岛</source>
+        <translation>UTC-11:00 中途岛</translation>
+    </message>
+    <message>
+        <source>服务器时间设置修改成功</source>
+        <translation>服务器时间设置修改成功</translation>
+    </message>
+    <message>
+        <source>服务器时间设置修改失败</source>
+        <translation>服务器时间设置修改失败</translation>
+    </message>
+</context>
+<context>
+    <name>UserAccountWidget</name>
+    <message>
+        <source>正在与设备通信，请稍候...</source>
+        <translation>正在与设备通信，请稍候...</translation>
+    </message>
+    <message>
+        <source>用户名:</source>
+        <translation>用户名:</translation>
+    </message>
+    <message>
+        <source>密码:</source>
+        <translation>密码:</translation>
+    </message>
+    <message>
+        <source>分机号码:</source>
+        <translation>分机号码:</translation>
+    </message>
+    <message>
+        <source>用户权限</source>
+        <translation>用户权限</translation>
+    </message>
+    <message>
+        <source>管理员</source>
+        <translation>管理员</translation>
+    </message>
+    <message>
+        <source>分发员</source>
+        <translation>分发员</translation>
+    </message>
+    <message>
+        <source>发传真</source>
+        <translation>发传真</translation>
+    </message>
+    <message>
+        <source>收传真</source>
+        <translation>收传真</translation>
+    </message>
+    <message>
+        <source>远程登录</source>
+        <translation>远程登录</translation>
+    </message>
+    <message>
+        <source>传真转Email</source>
+        <translation>传真转Email</translation>
+    </message>
+    <message>
+        <source>用户传真转Email选项</source>
+        <translation>用户传真转Email选项</translation>
+    </message>
+    <message>
+        <source>转发条件:</source>
+        <translation>转发条件:</translation>
+    </message>
+    <message>
+        <source>不转发</source>
+        <translation>不转发</translation>
+    </message>
+    <message>
+        <source>不在线时转发</source>
+        <translation>不在线时转发</translation>
+    </message>
+    <message>
+        <source>总是转发</source>
+        <translation>总是转发</translation>
+    </message>
+    <message>
+        <source>接收邮箱:</source>
+        <translation>接收邮箱:</translation>
+    </message>
+    <message>
+        <source>SMTP设置:</source>
+        <translation>SMTP设置:</translation>
+    </message>
+    <message>
+        <source>使用公共SMTP设置</source>
+        <translation>使用公共SMTP设置</translation>
+    </message>
+    <message>
+        <source>自定义</source>
+        <translation>自定义</translation>
+    </message>
+    <message>
+        <source>SMTP服务器:</source>
+        <translation>SMTP服务器:</translation>
+    </message>
+    <message>
+        <source>SMTP用户名:</source>
+        <translation>SMTP用户名:</translation>
+    </message>
+    <message>
+        <source>SMTP密码:</source>
+        <translation>SMTP密码:</translation>
+    </message>
+    <message>
+        <source>发送邮箱地址:</source>
+        <translation>发送邮箱地址:</translation>
+    </message>
+    <message>
+        <source>添加用户</source>
+        <translation>添加用户</translation>
+    </message>
+    <message>
+        <source>删除用户</source>
+        <translation>删除用户</translation>
+    </message>
+    <message>
+        <source>应用修改</source>
+        <translation>应用修改</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>取消</translation>
+    </message>
+    <message>
+        <source>确定</source>
+        <translation>确定</translation>
+    </message>
+    <message>
+        <source>用户信息修改失败</source>
+        <translation>用户信息修改失败</translation>
+    </message>
+    <message>
+        <source>用户信息修改成功</source>
+        <translation>用户信息修改成功</translation>
+    </message>
+</context>
+<context>
+    <name>VersionStatusWidget</name>
+    <message>
+        <source>正在与设备通信，请稍候...</source>
+        <translation>正在与设备通信，请稍候...</translation>
+    </message>
+    <message>
+        <source>版本与状态</source>
+        <translation>版本与状态</translation>
+    </message>
+    <message>
+        <source>硬件版本：</source>
+        <translation>硬件版本：</translation>
+    </message>
+    <message>
+        <source>BIOS版本：</source>
+        <translation>BIOS版本：</translation>
+    </message>
+    <message>
+        <source>系统版本：</source>
+        <translation>系统版本：</translation>
+    </message>
+    <message>
+        <source>软件版本：</source>
+        <translation>软件版本：</translation>
+    </message>
+    <message>
+        <source>传真固件：</source>
+        <translation>传真固件：</translation>
+    </message>
+    <message>
+        <source>发布时间：</source>
+        <translation>发布时间：</translation>
+    </message>
+    <message>
+        <source>存储空间：</source>
+        <translation>存储空间：</translation>
+    </message>
+    <message>
+        <source>来电制式：</source>
+        <translation>来电制式：</translation>
+    </message>
+    <message>
+        <source>线路状态：</source>
+        <translation>线路状态：</translation>
+    </message>
+    <message>
+        <source>刷新</source>
+        <translation>刷新</translation>
+    </message>
+    <message>
+        <source>线路1:</source>
+        <translation>线路1:</translation>
+    </message>
+    <message>
+        <source>线路2:</source>
+        <translation>线路2:</translation>
+    </message>
+    <message>
+        <source>未知:</source>
+        <translation>未知:</translation>
+    </message>
+    <message>
+        <source>空闲</source>
+        <translation>空闲</translation>
+    </message>
+    <message>
+        <source>发送中</source>
+        <translation>发送中</translation>
+    </message>
+    <message>
+        <source>接受中</source>
+        <translation>接受中</translation>
+    </message>
+    <message>
+        <source>正在振铃</source>
+        <translation>正在振铃</translation>
+    </message>
+    <message>
+        <source>已摘机</source>
+        <translation>已摘机</translation>
+    </message>
+    <message>
+        <source>断开</source>
+        <translation>断开</translation>
+    </message>
+    <message>
+        <source>总大小:%1MB 剩余:%2MB</source>
+        <translation>总大小:%1MB 剩余:%2MB</translation>
+    </message>
+</context>
+<context>
+    <name>VoiceMonitorDialog</name>
+    <message>
+        <source>设备语音监听</source>
+        <translation>设备语音监听</translation>
+    </message>
+    <message>
+        <source>未监听</source>
+        <translation>未监听</translation>
+    </message>
+    <message>
+        <source>开始监听</source>
+        <translation>开始监听</translation>
+    </message>
+    <message>
+        <source>停止监听</source>
+        <translation>停止监听</translation>
     </message>
 </context>
 </TS>
