@@ -66,8 +66,13 @@ void PdfPageLoader::work()
                 return;
             index = m_next++;
         }
-        const QImage rendered = opened ? reader.renderPage(index, m_dpi) : QImage();
-        QImage page = rendered.isNull() ? QImage() : ImageUtil::pdfPageToFax(rendered);
+        QImage page;
+        {
+            // Waiting pages are kept as bits, an eighth of the RGBA page; take() spreads them.
+            const QImage rendered = opened ? reader.renderPage(index, m_dpi) : QImage();
+            if (!rendered.isNull())
+                page = ImageUtil::pdfPageBits(rendered);
+        }
         {
             std::lock_guard<std::mutex> lock(m_mutex);
             m_ready[index] = std::move(page);
@@ -97,7 +102,7 @@ QImage PdfPageLoader::take(int index)
         m_taken = std::max(m_taken, index + 1);
     }
     m_changed.notify_all();
-    return page;
+    return ImageUtil::faxPageFromBits(page);
 }
 
 void PdfPageLoader::stop()

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <vector>
 
 #ifdef __SSE2__
@@ -43,30 +44,181 @@ inline int64_t cornerSum(const std::vector<int64_t>& table, int cols, int x1, in
     return at(x2, y2) - at(x1, y2) - at(x2, y1) + at(x1, y1);
 }
 
-// One row of the mean threshold: opaque white where gray >= mean - 4, else opaque black
-// (R, G, B, A in memory, as COLOR_GRAY2BGRA writes them).
-void meanThresholdRow(const uchar* gray, const uchar* mean, uint32_t* out, int width)
+// The bits of a byte in reverse order.
+inline uchar reversed(uchar b)
 {
-    constexpr uint32_t black = 0xFF000000u;
+    b = uchar((b & 0xF0) >> 4 | (b & 0x0F) << 4);
+    b = uchar((b & 0xCC) >> 2 | (b & 0x33) << 2);
+    return uchar((b & 0xAA) >> 1 | (b & 0x55) << 1);
+}
+
+// One row of the mean threshold as bits, the leftmost pixel in the top bit: set (black) where
+// gray < mean - 4, clear (white) where gray >= mean - 4.
+void meanThresholdBits(const uchar* gray, const uchar* mean, uchar* out, int width)
+{
     int x = 0;
 #ifdef __SSE2__
     const __m128i four = _mm_set1_epi8(4);
-    const __m128i alpha = _mm_set1_epi32(int(black));
     for (; x + 16 <= width; x += 16) {
         const __m128i g = _mm_loadu_si128(reinterpret_cast<const __m128i*>(gray + x));
         const __m128i floor = _mm_subs_epu8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(mean + x)), four);
-        const __m128i white = _mm_cmpeq_epi8(_mm_max_epu8(g, floor), g); // 0xFF where g >= floor
-        const __m128i low = _mm_unpacklo_epi8(white, white);
-        const __m128i high = _mm_unpackhi_epi8(white, white);
-        __m128i* to = reinterpret_cast<__m128i*>(out + x);
-        _mm_storeu_si128(to, _mm_or_si128(_mm_unpacklo_epi16(low, low), alpha));
-        _mm_storeu_si128(to + 1, _mm_or_si128(_mm_unpackhi_epi16(low, low), alpha));
-        _mm_storeu_si128(to + 2, _mm_or_si128(_mm_unpacklo_epi16(high, high), alpha));
-        _mm_storeu_si128(to + 3, _mm_or_si128(_mm_unpackhi_epi16(high, high), alpha));
+        const int white = _mm_movemask_epi8(_mm_cmpeq_epi8(_mm_max_epu8(g, floor), g)); // bit i: g >= floor
+        out[x / 8] = reversed(uchar(~white));
+        out[x / 8 + 1] = reversed(uchar(~white >> 8));
     }
 #endif
-    for (; x < width; ++x)
-        out[x] = int(gray[x]) - int(mean[x]) > -5 ? 0xFFFFFFFFu : black;
+    for (; x < width; ++x) {
+        const uchar bit = uchar(0x80 >> (x % 8));
+        if (int(gray[x]) - int(mean[x]) > -5)
+            out[x / 8] &= uchar(~bit);
+        else
+            out[x / 8] |= bit;
+    }
+}
+
+constexpr QRgb faxWhite = 0xFFFFFFFFu;
+constexpr QRgb faxBlack = 0xFF000000u;
+
+// Where QImage's smooth scaling reads when it enlarges one axis from `from` to `to` pixels
+// (qSmoothScaleImage): target pixel i lies between source pixels at[i] and at[i] + 1, the
+// second weighing weight[i] 256ths (0 at the edges, where only at[i] is read).
+struct EnlargedAxis
+{
+    std::vector<int> at;
+    std::vector<int> weight;
+};
+
+EnlargedAxis enlargedAxis(int from, int to)
+{
+    EnlargedAxis axis;
+    axis.at.resize(size_t(to));
+    axis.weight.resize(size_t(to));
+    int64_t val = 0x8000 * from / to - 0x8000;
+    const int64_t inc = (int64_t(from) << 16) / to;
+    for (int i = 0; i < to; ++i, val += inc) {
+        const int64_t pos = val >> 16;
+        axis.at[size_t(i)] = int(std::max<int64_t>(0, pos));
+        axis.weight[size_t(i)] = pos < 0 || pos >= from - 1 ? 0 : int((val >> 8) & 0xff);
+    }
+    return axis;
+}
+
+// Two source rows blended by `weight` 256ths of the second, byte by byte: the first half of
+// the smooth scaling, rounded down as QImage does it.
+void blendRows(const uint32_t* top, const uint32_t* bottom, int weight, int width, uint32_t* out)
+{
+    int x = 0;
+#ifdef __SSE2__
+    const __m128i zero = _mm_setzero_si128();
+    const __m128i wb = _mm_set1_epi16(short(weight));
+    const __m128i wt = _mm_set1_epi16(short(256 - weight));
+    for (; x + 4 <= width; x += 4) {
+        const __m128i t = _mm_loadu_si128(reinterpret_cast<const __m128i*>(top + x));
+        const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(bottom + x));
+        const __m128i low = _mm_srli_epi16(_mm_add_epi16(_mm_mullo_epi16(_mm_unpacklo_epi8(t, zero), wt),
+                                                         _mm_mullo_epi16(_mm_unpacklo_epi8(b, zero), wb)), 8);
+        const __m128i high = _mm_srli_epi16(_mm_add_epi16(_mm_mullo_epi16(_mm_unpackhi_epi8(t, zero), wt),
+                                                          _mm_mullo_epi16(_mm_unpackhi_epi8(b, zero), wb)), 8);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + x), _mm_packus_epi16(low, high));
+    }
+#endif
+    for (; x < width; ++x) {
+        uint32_t pixel = 0;
+        for (int c = 0; c < 32; c += 8) {
+            const uint32_t t = (top[x] >> c) & 0xff;
+            const uint32_t b = (bottom[x] >> c) & 0xff;
+            pixel |= ((t * uint32_t(256 - weight) + b * uint32_t(weight)) >> 8) << c;
+        }
+        out[x] = pixel;
+    }
+}
+
+// Gray of one pixel as COLOR_RGBA2GRAY gives it for 8-bit bytes (weights in 32768ths on its
+// first, second and third byte in memory).
+inline uchar grayOfPixel(uint32_t pixel)
+{
+    return uchar(((pixel & 0xff) * 9798 + ((pixel >> 8) & 0xff) * 19235 + ((pixel >> 16) & 0xff) * 3735 + (1 << 14))
+                 >> 15);
+}
+
+// Gray plane rows 0 to keep - 1 of QImage::scaled(FAX_PAGE_WIDTH, rows, smooth) of a 32-bit
+// image no larger than that, into gray from firstRow on, without the 15 MB scaled image.
+// Each target row blends two source rows, then widens the blend (the second half of the
+// smooth scaling) and turns it gray.
+void enlargedGray(const QImage& image, int rows, int keep, cv::Mat& gray, int firstRow)
+{
+    constexpr int width = ImageUtil::FAX_PAGE_WIDTH;
+    const int sourceWidth = image.width();
+    const EnlargedAxis columns = enlargedAxis(sourceWidth, width);
+    const EnlargedAxis lines = enlargedAxis(image.height(), rows);
+    // One pixel more than the row, so that the right neighbour of the last one can be read;
+    // its weight is 0.
+    std::vector<uint32_t> blended(size_t(sourceWidth) + 4);
+#ifdef __SSE2__
+    // pairs[x]: the bytes of pixels x and x + 1 interleaved in 16-bit lanes, and factors[x]:
+    // 256 - weight and weight repeated, so that one multiply-add blends a target pixel. Four
+    // 32-bit lanes an entry.
+    std::vector<uint32_t> pairs((size_t(sourceWidth) + 4) * 4);
+    std::vector<uint32_t> factors(size_t(width) * 4);
+    for (int x = 0; x < width; ++x) {
+        const uint32_t w = uint32_t(columns.weight[size_t(x)]);
+        std::fill_n(factors.begin() + x * 4, 4, (256 - w) | w << 16);
+    }
+    auto lanes = [](std::vector<uint32_t>& v, size_t i) { return reinterpret_cast<__m128i*>(v.data() + i * 4); };
+    const __m128i zero = _mm_setzero_si128();
+    const __m128i coefficients = _mm_setr_epi16(9798, 19235, 3735, 0, 9798, 19235, 3735, 0);
+    const __m128i half = _mm_set1_epi32(1 << 14);
+    const int* at = columns.at.data();
+    auto blend = [&](int x) {
+        return _mm_srli_epi32(_mm_madd_epi16(_mm_loadu_si128(lanes(pairs, size_t(at[x]))),
+                                             _mm_loadu_si128(lanes(factors, size_t(x)))), 8);
+    };
+    // Gray of four target pixels: two partial sums each, added.
+    auto four = [&](int x) {
+        const __m128 s01 = _mm_castsi128_ps(_mm_madd_epi16(_mm_packs_epi32(blend(x), blend(x + 1)), coefficients));
+        const __m128 s23 = _mm_castsi128_ps(_mm_madd_epi16(_mm_packs_epi32(blend(x + 2), blend(x + 3)), coefficients));
+        const __m128i sum = _mm_add_epi32(_mm_castps_si128(_mm_shuffle_ps(s01, s23, _MM_SHUFFLE(2, 0, 2, 0))),
+                                          _mm_castps_si128(_mm_shuffle_ps(s01, s23, _MM_SHUFFLE(3, 1, 3, 1))));
+        return _mm_srai_epi32(_mm_add_epi32(sum, half), 15);
+    };
+#endif
+    for (int y = 0; y < keep; ++y) {
+        const int r = lines.at[size_t(y)];
+        const int w = lines.weight[size_t(y)];
+        const uint32_t* top = reinterpret_cast<const uint32_t*>(image.constScanLine(r));
+        const uint32_t* bottom = w ? reinterpret_cast<const uint32_t*>(image.constScanLine(r + 1)) : top;
+        blendRows(top, bottom, w, sourceWidth, blended.data());
+        blended[size_t(sourceWidth)] = blended[size_t(sourceWidth) - 1];
+        uchar* out = gray.ptr<uchar>(firstRow + y);
+#ifdef __SSE2__
+        for (int x = 0; x < sourceWidth; x += 4) {
+            const __m128i here = _mm_loadu_si128(reinterpret_cast<const __m128i*>(blended.data() + x));
+            const __m128i next = _mm_loadu_si128(reinterpret_cast<const __m128i*>(blended.data() + x + 1));
+            const __m128i low = _mm_unpacklo_epi8(here, next);
+            const __m128i high = _mm_unpackhi_epi8(here, next);
+            _mm_storeu_si128(lanes(pairs, size_t(x)), _mm_unpacklo_epi8(low, zero));
+            _mm_storeu_si128(lanes(pairs, size_t(x) + 1), _mm_unpackhi_epi8(low, zero));
+            _mm_storeu_si128(lanes(pairs, size_t(x) + 2), _mm_unpacklo_epi8(high, zero));
+            _mm_storeu_si128(lanes(pairs, size_t(x) + 3), _mm_unpackhi_epi8(high, zero));
+        }
+        static_assert(width % 16 == 0, "whole steps of 16 pixels");
+        for (int x = 0; x < width; x += 16) {
+            const __m128i low = _mm_packs_epi32(four(x), four(x + 4));
+            const __m128i high = _mm_packs_epi32(four(x + 8), four(x + 12));
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(out + x), _mm_packus_epi16(low, high));
+        }
+#else
+        for (int x = 0; x < width; ++x) {
+            const uint32_t cw = uint32_t(columns.weight[size_t(x)]);
+            const uint32_t left = blended[size_t(columns.at[size_t(x)])];
+            const uint32_t right = blended[size_t(columns.at[size_t(x)]) + 1];
+            uint32_t pixel = 0;
+            for (int c = 0; c < 32; c += 8)
+                pixel |= ((((left >> c) & 0xff) * (256 - cw) + ((right >> c) & 0xff) * cw) >> 8) << c;
+            out[x] = grayOfPixel(pixel);
+        }
+#endif
+    }
 }
 
 } // namespace
@@ -121,7 +273,7 @@ QImage ImageUtil::imprintToCanvas(const QImage& image, int width, int height)
     return canvas;
 }
 
-QImage ImageUtil::pdfPageToFax(const QImage& rendered)
+QImage ImageUtil::pdfPageBits(const QImage& rendered)
 {
     // Pages that scaleToFaxSize keeps or turns, and depths other than the opaque 32-bit one
     // that Poppler renders, take the ordinary road.
@@ -130,33 +282,70 @@ QImage ImageUtil::pdfPageToFax(const QImage& rendered)
     if (rendered.isNull() || exactOrTurned || rendered.format() != QImage::Format_RGB32
         || Q_BYTE_ORDER != Q_LITTLE_ENDIAN)
         return getBWImage(scaleToFaxSize(rendered, QStringLiteral("pdf")));
-    const QImage scaled = imprintImage(rendered, QStringLiteral("pdf"));
-    if (scaled.format() != QImage::Format_RGB32 || scaled.size() != QSize(FAX_PAGE_WIDTH, FAX_PAGE_HGIEHT))
-        return getBWImage(imprintToCanvas(scaled, FAX_PAGE_WIDTH, FAX_PAGE_HGIEHT));
-
     // The canvas is white down to row 50 and holds the scaled rows 0..2149 below. The editor's
     // road reads the RGBA canvas as BGRA; the scaled page is B, G, R, A in memory, so the same
     // weights fall on the same colours when it is read as RGBA.
     constexpr int top = 50;
     cv::Mat gray(FAX_PAGE_HGIEHT, FAX_PAGE_WIDTH, CV_8UC1);
     gray.rowRange(0, top).setTo(255);
-    const cv::Mat source(FAX_PAGE_HGIEHT - top, FAX_PAGE_WIDTH, CV_8UC4, const_cast<uchar*>(scaled.constBits()),
-                         static_cast<size_t>(scaled.bytesPerLine()));
-    cv::Mat below = gray.rowRange(top, FAX_PAGE_HGIEHT);
-    cv::cvtColor(source, below, cv::COLOR_RGBA2GRAY);
+    if (rendered.width() <= FAX_PAGE_WIDTH && rendered.height() <= FAX_PAGE_HGIEHT) {
+        // Enlarged both ways (a page at screen resolution): the gray plane comes straight from
+        // the rendering, without the 15 MB scaled page.
+        enlargedGray(rendered, FAX_PAGE_HGIEHT, FAX_PAGE_HGIEHT - top, gray, top);
+    } else {
+        const QImage scaled = imprintImage(rendered, QStringLiteral("pdf"));
+        if (scaled.format() != QImage::Format_RGB32 || scaled.size() != QSize(FAX_PAGE_WIDTH, FAX_PAGE_HGIEHT))
+            return getBWImage(imprintToCanvas(scaled, FAX_PAGE_WIDTH, FAX_PAGE_HGIEHT));
+        const cv::Mat source(FAX_PAGE_HGIEHT - top, FAX_PAGE_WIDTH, CV_8UC4, const_cast<uchar*>(scaled.constBits()),
+                             static_cast<size_t>(scaled.bytesPerLine()));
+        cv::Mat below = gray.rowRange(top, FAX_PAGE_HGIEHT);
+        cv::cvtColor(source, below, cv::COLOR_RGBA2GRAY);
+    }
 
     // adaptiveThreshold (mean of 15 x 15, C 5, binary) is the block mean with replicated
     // borders and then "white when gray - mean > -5", that is gray >= mean - 4. Done here
-    // straight into the RGBA page, it saves the thresholded plane and its colour conversion.
+    // straight into bits, it saves the thresholded plane and its colour conversion.
     cv::Mat mean;
     cv::boxFilter(gray, mean, CV_8U, cv::Size(15, 15), cv::Point(-1, -1), true,
                   cv::BORDER_REPLICATE | cv::BORDER_ISOLATED);
-    QImage page(FAX_PAGE_WIDTH, FAX_PAGE_HGIEHT, QImage::Format_RGBA8888);
+    QImage page(FAX_PAGE_WIDTH, FAX_PAGE_HGIEHT, QImage::Format_Mono);
+    page.setColorTable({ faxWhite, faxBlack });
     for (int y = 0; y < FAX_PAGE_HGIEHT; ++y)
-        meanThresholdRow(gray.ptr<uchar>(y), mean.ptr<uchar>(y), reinterpret_cast<uint32_t*>(page.scanLine(y)),
-                         FAX_PAGE_WIDTH);
+        meanThresholdBits(gray.ptr<uchar>(y), mean.ptr<uchar>(y), page.scanLine(y), FAX_PAGE_WIDTH);
     return page;
 }
+
+QImage ImageUtil::faxPageFromBits(const QImage& page)
+{
+    if (page.format() != QImage::Format_Mono || page.colorTable() != QVector<QRgb>{ faxWhite, faxBlack })
+        return page;
+    // Eight pixels of the RGBA page for each value of a byte of bits.
+    static const std::vector<uint32_t> spread = [] {
+        std::vector<uint32_t> table(256 * 8);
+        for (int b = 0; b < 256; ++b)
+            for (int i = 0; i < 8; ++i)
+                table[size_t(b) * 8 + size_t(i)] = (b & (0x80 >> i)) ? faxBlack : faxWhite; // R, G, B, A in memory
+        return table;
+    }();
+    QImage rgba(page.size(), QImage::Format_RGBA8888);
+    const int whole = page.width() / 8;
+    for (int y = 0; y < page.height(); ++y) {
+        const uchar* bits = page.constScanLine(y);
+        uint32_t* out = reinterpret_cast<uint32_t*>(rgba.scanLine(y));
+        for (int i = 0; i < whole; ++i)
+            std::memcpy(out + i * 8, spread.data() + size_t(bits[i]) * 8, 8 * sizeof(uint32_t));
+        for (int x = whole * 8; x < page.width(); ++x)
+            out[x] = (bits[x / 8] & (0x80 >> (x % 8))) ? faxBlack : faxWhite;
+    }
+    return rgba;
+}
+
+QImage ImageUtil::pdfPageToFax(const QImage& rendered)
+{
+    return faxPageFromBits(pdfPageBits(rendered));
+}
+
+
 
 cv::Mat ImageUtil::grayOf(const QImage& image)
 {

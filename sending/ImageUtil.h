@@ -28,6 +28,12 @@ public:
     // left out (the gray plane is taken straight from the scaled page). Safe to call from
     // any thread.
     static QImage pdfPageToFax(const QImage& rendered);
+    // The page of pdfPageToFax as 1-bit image (Format_Mono, a set bit black), an eighth of the
+    // RGBA page's size: the form in which pages wait. A page that does not take the short road
+    // comes back as pdfPageToFax gives it.
+    static QImage pdfPageBits(const QImage& rendered);
+    // The editor's RGBA page of a pdfPageBits page; any other image is returned as it is.
+    static QImage faxPageFromBits(const QImage& page);
 
     // Local mean threshold over a 15 pixel block: the thresholder of the editor.
     static QImage getBWImage(const QImage& image);
