@@ -79,6 +79,94 @@ void meanThresholdBits(const uchar* gray, const uchar* mean, uchar* out, int wid
 constexpr QRgb faxWhite = 0xFFFFFFFFu;
 constexpr QRgb faxBlack = 0xFF000000u;
 
+// Adds (sign 1) or takes away (sign -1) a row of bytes to 16-bit column sums.
+void addRow(const uchar* row, int sign, uint16_t* sums, int width)
+{
+    int x = 0;
+#ifdef __SSE2__
+    const __m128i zero = _mm_setzero_si128();
+    for (; x + 16 <= width; x += 16) {
+        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(row + x));
+        __m128i* low = reinterpret_cast<__m128i*>(sums + x);
+        __m128i* high = reinterpret_cast<__m128i*>(sums + x + 8);
+        const __m128i l = _mm_unpacklo_epi8(bytes, zero);
+        const __m128i h = _mm_unpackhi_epi8(bytes, zero);
+        if (sign > 0) {
+            _mm_storeu_si128(low, _mm_add_epi16(_mm_loadu_si128(low), l));
+            _mm_storeu_si128(high, _mm_add_epi16(_mm_loadu_si128(high), h));
+        } else {
+            _mm_storeu_si128(low, _mm_sub_epi16(_mm_loadu_si128(low), l));
+            _mm_storeu_si128(high, _mm_sub_epi16(_mm_loadu_si128(high), h));
+        }
+    }
+#endif
+    for (; x < width; ++x)
+        sums[x] = uint16_t(sums[x] + sign * row[x]);
+}
+
+// The bits of adaptiveThreshold(gray, 255, ADAPTIVE_THRESH_MEAN_C, THRESH_BINARY, 15, 5) into
+// a 1-bit page, without the mean plane: the block mean with replicated borders is the sum of
+// the 15 x 15 block rounded to the nearest of 225ths, as boxFilter gives it for 8-bit planes
+// (the same for every possible sum), and a pixel is white where gray >= mean - 4. Column sums
+// slide down the rows, the block sum along each row.
+void meanThresholdPage(const cv::Mat& gray, QImage& page)
+{
+    constexpr int radius = 7;
+    constexpr int side = 2 * radius + 1;
+    const int rows = gray.rows;
+    const int cols = gray.cols;
+    auto row = [&](int y) { return gray.ptr<uchar>(std::min(std::max(y, 0), rows - 1)); };
+    // Column sums with the edge columns repeated radius times each side, and spares at the end.
+    std::vector<uint16_t> padded(static_cast<size_t>(cols) + 2 * radius + 16);
+    uint16_t* columns = padded.data() + radius;
+    std::vector<uchar> mean(static_cast<size_t>(cols));
+    std::vector<uint16_t> triples(padded.size());
+    for (int y = -radius; y <= radius; ++y)
+        addRow(row(y), 1, columns, cols);
+    for (int y = 0; y < rows; ++y) {
+        if (y > 0) {
+            addRow(row(y + radius), 1, columns, cols);
+            addRow(row(y - radius - 1), -1, columns, cols);
+        }
+        std::fill_n(padded.begin(), radius, columns[0]);
+        std::fill(padded.begin() + radius + cols, padded.end(), columns[cols - 1]);
+        int x = 0;
+#ifdef __SSE2__
+        // Block sums stay below 2^16 (225 x 255); v / 225 for every v up to 57487 is
+        // (v * 37283) >> 23.
+        const __m128i rounding = _mm_set1_epi16(side * side / 2);
+        const __m128i reciprocal = _mm_set1_epi16(short(37283));
+        // Sums of three neighbours first, then five of those a block.
+        auto load = [](const uint16_t* at) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(at)); };
+        for (size_t i = 0; i + 10 <= padded.size(); i += 8)
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(triples.data() + i),
+                             _mm_add_epi16(_mm_add_epi16(load(padded.data() + i), load(padded.data() + i + 1)),
+                                           load(padded.data() + i + 2)));
+        for (; x + 16 <= cols; x += 16) {
+            __m128i low = _mm_setzero_si128();
+            __m128i high = _mm_setzero_si128();
+            for (int i = 0; i < side; i += 3) {
+                low = _mm_add_epi16(low, load(triples.data() + x + i));
+                high = _mm_add_epi16(high, load(triples.data() + x + 8 + i));
+            }
+            low = _mm_srli_epi16(_mm_mulhi_epu16(_mm_add_epi16(low, rounding), reciprocal), 7);
+            high = _mm_srli_epi16(_mm_mulhi_epu16(_mm_add_epi16(high, rounding), reciprocal), 7);
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(mean.data() + x), _mm_packus_epi16(low, high));
+        }
+#endif
+        if (x < cols) {
+            uint32_t sum = 0;
+            for (int i = 0; i < side; ++i)
+                sum += padded[size_t(x + i)];
+            for (; x < cols; ++x) {
+                mean[size_t(x)] = uchar((sum + side * side / 2) / (side * side));
+                sum += uint32_t(padded[size_t(x) + side]) - padded[size_t(x)];
+            }
+        }
+        meanThresholdBits(gray.ptr<uchar>(y), mean.data(), page.scanLine(y), cols);
+    }
+}
+
 // Where QImage's smooth scaling reads when it enlarges one axis from `from` to `to` pixels
 // (qSmoothScaleImage): target pixel i lies between source pixels at[i] and at[i] + 1, the
 // second weighing weight[i] 256ths (0 at the edges, where only at[i] is read).
@@ -302,16 +390,10 @@ QImage ImageUtil::pdfPageBits(const QImage& rendered)
         cv::cvtColor(source, below, cv::COLOR_RGBA2GRAY);
     }
 
-    // adaptiveThreshold (mean of 15 x 15, C 5, binary) is the block mean with replicated
-    // borders and then "white when gray - mean > -5", that is gray >= mean - 4. Done here
-    // straight into bits, it saves the thresholded plane and its colour conversion.
-    cv::Mat mean;
-    cv::boxFilter(gray, mean, CV_8U, cv::Size(15, 15), cv::Point(-1, -1), true,
-                  cv::BORDER_REPLICATE | cv::BORDER_ISOLATED);
+    // The editor's threshold, straight into bits: no thresholded plane, no colour conversion.
     QImage page(FAX_PAGE_WIDTH, FAX_PAGE_HGIEHT, QImage::Format_Mono);
     page.setColorTable({ faxWhite, faxBlack });
-    for (int y = 0; y < FAX_PAGE_HGIEHT; ++y)
-        meanThresholdBits(gray.ptr<uchar>(y), mean.ptr<uchar>(y), page.scanLine(y), FAX_PAGE_WIDTH);
+    meanThresholdPage(gray, page);
     return page;
 }
 
