@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <array>
 #include <cstdint>
 #include <cstring>
 #include <vector>
@@ -44,12 +45,19 @@ inline int64_t cornerSum(const std::vector<int64_t>& table, int cols, int x1, in
     return at(x2, y2) - at(x1, y2) - at(x2, y1) + at(x1, y1);
 }
 
-// The bits of a byte in reverse order.
+// The bits of each byte value in reverse order.
+constexpr std::array<uchar, 256> reversedBits = [] {
+    std::array<uchar, 256> table{};
+    for (int b = 0; b < 256; ++b)
+        for (int i = 0; i < 8; ++i)
+            if (b & (1 << i))
+                table[size_t(b)] = uchar(table[size_t(b)] | 0x80 >> i);
+    return table;
+}();
+
 inline uchar reversed(uchar b)
 {
-    b = uchar((b & 0xF0) >> 4 | (b & 0x0F) << 4);
-    b = uchar((b & 0xCC) >> 2 | (b & 0x33) << 2);
-    return uchar((b & 0xAA) >> 1 | (b & 0x55) << 1);
+    return reversedBits[b];
 }
 
 // One row of the mean threshold as bits, the leftmost pixel in the top bit: set (black) where

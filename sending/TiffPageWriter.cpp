@@ -11,6 +11,7 @@
 
 #include <tiffio.h>
 
+#include <array>
 #include <cstdint>
 #ifdef __SSE2__
 #include <emmintrin.h>
@@ -41,12 +42,19 @@ void setPageTags(TIFF* tif, uint32_t columns, uint32_t rows, int pageIndex, int 
     TIFFSetField(tif, TIFFTAG_PAGENAME, pageName.constData());
 }
 
-// The bits of a byte in reverse order.
+// The bits of each byte value in reverse order.
+constexpr std::array<uchar, 256> reversedBits = [] {
+    std::array<uchar, 256> table{};
+    for (int b = 0; b < 256; ++b)
+        for (int i = 0; i < 8; ++i)
+            if (b & (1 << i))
+                table[size_t(b)] = uchar(table[size_t(b)] | 0x80 >> i);
+    return table;
+}();
+
 inline uchar reversed(uchar b)
 {
-    b = uchar((b & 0xF0) >> 4 | (b & 0x0F) << 4);
-    b = uchar((b & 0xCC) >> 2 | (b & 0x33) << 2);
-    return uchar((b & 0xAA) >> 1 | (b & 0x55) << 1);
+    return reversedBits[b];
 }
 
 // One row of packed bits: `bytes` bytes a row, the leftmost pixel in the top bit, a set bit
