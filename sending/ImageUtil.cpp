@@ -247,9 +247,9 @@ void enlargedGray(const QImage& image, int rows, int keep, cv::Mat& gray, int fi
     const int sourceWidth = image.width();
     const EnlargedAxis columns = enlargedAxis(sourceWidth, width);
     const EnlargedAxis lines = enlargedAxis(image.height(), rows);
-    // One pixel more than the row, so that the right neighbour of the last one can be read;
-    // its weight is 0.
-    std::vector<uint32_t> blended(size_t(sourceWidth) + 4);
+    // Spare pixels after the row, copies of its last one, so that the right neighbour of the
+    // last pixel (weighing 0) and whole groups of four can be read.
+    std::vector<uint32_t> blended(size_t(sourceWidth) + 8);
 #ifdef __SSE2__
     // pairs[x]: the bytes of pixels x and x + 1 interleaved in 16-bit lanes, and factors[x]:
     // 256 - weight and weight repeated, so that one multiply-add blends a target pixel. Four
@@ -265,6 +265,20 @@ void enlargedGray(const QImage& image, int rows, int keep, cv::Mat& gray, int fi
     const __m128i coefficients = _mm_setr_epi16(9798, 19235, 3735, 0, 9798, 19235, 3735, 0);
     const __m128i half = _mm_set1_epi32(1 << 14);
     const int* at = columns.at.data();
+    // Paper: a block of 16 target pixels whose source pixels are all opaque white is white
+    // (255 blended with 255 stays 255). Source pixels are checked in groups of four: dark[g]
+    // counts the groups before g holding anything else, and a block reads groups
+    // first[b] to last[b].
+    const int groups = sourceWidth / 4 + 2;
+    std::vector<int> dark(size_t(groups) + 1);
+    std::vector<int> first(width / 16);
+    std::vector<int> last(width / 16);
+    for (int b = 0; b < width / 16; ++b) {
+        first[size_t(b)] = at[b * 16] / 4;
+        last[size_t(b)] = (at[b * 16 + 15] + 1) / 4;
+    }
+    const __m128i opaqueWhite = _mm_set1_epi32(-1);
+    const __m128i white16 = _mm_set1_epi8(-1);
     auto blend = [&](int x) {
         return _mm_srli_epi32(_mm_madd_epi16(_mm_loadu_si128(lanes(pairs, size_t(at[x]))),
                                              _mm_loadu_si128(lanes(factors, size_t(x)))), 8);
@@ -284,7 +298,7 @@ void enlargedGray(const QImage& image, int rows, int keep, cv::Mat& gray, int fi
         const uint32_t* top = reinterpret_cast<const uint32_t*>(image.constScanLine(r));
         const uint32_t* bottom = w ? reinterpret_cast<const uint32_t*>(image.constScanLine(r + 1)) : top;
         blendRows(top, bottom, w, sourceWidth, blended.data());
-        blended[size_t(sourceWidth)] = blended[size_t(sourceWidth) - 1];
+        std::fill(blended.begin() + sourceWidth, blended.end(), blended[size_t(sourceWidth) - 1]);
         uchar* out = gray.ptr<uchar>(firstRow + y);
 #ifdef __SSE2__
         for (int x = 0; x < sourceWidth; x += 4) {
@@ -297,8 +311,17 @@ void enlargedGray(const QImage& image, int rows, int keep, cv::Mat& gray, int fi
             _mm_storeu_si128(lanes(pairs, size_t(x) + 2), _mm_unpacklo_epi8(high, zero));
             _mm_storeu_si128(lanes(pairs, size_t(x) + 3), _mm_unpackhi_epi8(high, zero));
         }
+        for (int g = 0; g < groups; ++g) {
+            const __m128i quad = _mm_loadu_si128(reinterpret_cast<const __m128i*>(blended.data() + g * 4));
+            dark[size_t(g) + 1] = dark[size_t(g)] + (_mm_movemask_epi8(_mm_cmpeq_epi32(quad, opaqueWhite)) != 0xFFFF);
+        }
         static_assert(width % 16 == 0, "whole steps of 16 pixels");
         for (int x = 0; x < width; x += 16) {
+            const size_t b = size_t(x / 16);
+            if (dark[size_t(last[b]) + 1] == dark[size_t(first[b])]) {
+                _mm_storeu_si128(reinterpret_cast<__m128i*>(out + x), white16);
+                continue;
+            }
             const __m128i low = _mm_packs_epi32(four(x), four(x + 4));
             const __m128i high = _mm_packs_epi32(four(x + 8), four(x + 12));
             _mm_storeu_si128(reinterpret_cast<__m128i*>(out + x), _mm_packus_epi16(low, high));
