@@ -150,7 +150,15 @@ void meanThresholdPage(const cv::Mat& gray, QImage& page)
             _mm_storeu_si128(reinterpret_cast<__m128i*>(triples.data() + i),
                              _mm_add_epi16(_mm_add_epi16(load(padded.data() + i), load(padded.data() + i + 1)),
                                            load(padded.data() + i + 2)));
+        const uchar* pixels = gray.ptr<uchar>(y);
+        const __m128i paper = _mm_set1_epi8(-1);
         for (; x + 16 <= cols; x += 16) {
+            // A pixel of 255 is white whatever its mean: plain paper needs no block sums.
+            if (_mm_movemask_epi8(_mm_cmpeq_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(pixels + x)), paper))
+                == 0xFFFF) {
+                _mm_storeu_si128(reinterpret_cast<__m128i*>(mean.data() + x), paper);
+                continue;
+            }
             __m128i low = _mm_setzero_si128();
             __m128i high = _mm_setzero_si128();
             for (int i = 0; i < side; i += 3) {
