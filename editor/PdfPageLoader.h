@@ -43,7 +43,7 @@ private:
     std::vector<std::thread> m_workers;
     std::mutex m_mutex;
     std::condition_variable m_changed;
-    std::map<int, QImage> m_ready; // finished and not yet taken; null for a page that failed
+    std::map<int, QImage> m_ready; // finished and not yet taken, as bits (pdfPageBits); null for a page that failed
     int m_next = 0;                // next page for a worker
     int m_taken = 0;               // pages taken so far
     bool m_stopping = false;
