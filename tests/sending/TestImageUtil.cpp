@@ -379,6 +379,18 @@ void TestImageUtil::pdfShortcutMatchesEditorRoad_data()
     QTest::newRow("exact size, kept") << rendered(1728, 2200, QImage::Format_RGB32);
     QTest::newRow("turned size") << rendered(2200, 1728, QImage::Format_RGB32);
     QTest::newRow("null") << QImage();
+
+    // Every channel over its whole range: a gray conversion off by one weight shows here.
+    QImage noise(797, 1131, QImage::Format_RGB32);
+    quint32 seed = 11;
+    for (int y = 0; y < noise.height(); ++y) {
+        auto* line = reinterpret_cast<QRgb*>(noise.scanLine(y));
+        for (int x = 0; x < noise.width(); ++x) {
+            seed = seed * 1664525u + 1013904223u;
+            line[x] = qRgb(int(seed >> 24), int((seed >> 16) & 0xFF), int((seed >> 8) & 0xFF));
+        }
+    }
+    QTest::newRow("random colours") << noise;
 }
 
 void TestImageUtil::pdfShortcutMatchesEditorRoad()
