@@ -344,10 +344,10 @@ QImage SendBoxWidget::makeTransReport(const Fax& fax)
         y += 50;
     }
 
-    const QList<QImage> pages = TiffUtil::tiffToImg(fax.filepath);
-    if (pages.isEmpty() || pages.first().isNull())
+    // Only the first page is drawn, so only the first page is decoded.
+    const QImage first = TiffUtil::tiffPageToImg(fax.filepath, 0);
+    if (first.isNull())
         return image;
-    const QImage& first = pages.first();
     const int w = first.width();
     const int h = first.height();
     int newWidth = THUMB_WIDTH;

@@ -33,11 +33,6 @@ bool FaxPdfWriter::write(int count, const PageSource& page, QIODevice* device)
     return painter.end();
 }
 
-bool FaxPdfWriter::write(const QList<QImage>& pages, QIODevice* device)
-{
-    return write(pages.size(), [&pages](int i) { return pages.at(i); }, device);
-}
-
 bool FaxPdfWriter::writeFile(int count, const PageSource& page, const QString& pdfPath)
 {
     QSaveFile out(pdfPath);

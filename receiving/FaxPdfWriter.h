@@ -19,7 +19,6 @@ public:
     // Writes count pages, asked for one at a time, to a device open for writing, so a long fax
     // never stands decoded all at once. No pages give one blank page.
     static bool write(int count, const PageSource& page, QIODevice* device);
-    static bool write(const QList<QImage>& pages, QIODevice* device);
     // Writes the document to pdfPath under a temporary name and renames it when complete, so
     // that pdfPath never holds a partial file. False when it could not be written.
     static bool writeFile(int count, const PageSource& page, const QString& pdfPath);

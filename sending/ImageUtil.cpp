@@ -1,5 +1,7 @@
 #include "ImageUtil.h"
 
+#include "BitOrder.h"
+
 #include <QPainter>
 #include <QTransform>
 
@@ -7,7 +9,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <array>
 #include <cstdint>
 #include <cstring>
 #include <vector>
@@ -45,21 +46,6 @@ inline int64_t cornerSum(const std::vector<int64_t>& table, int cols, int x1, in
     return at(x2, y2) - at(x1, y2) - at(x2, y1) + at(x1, y1);
 }
 
-// The bits of each byte value in reverse order.
-constexpr std::array<uchar, 256> reversedBits = [] {
-    std::array<uchar, 256> table{};
-    for (int b = 0; b < 256; ++b)
-        for (int i = 0; i < 8; ++i)
-            if (b & (1 << i))
-                table[size_t(b)] = uchar(table[size_t(b)] | 0x80 >> i);
-    return table;
-}();
-
-inline uchar reversed(uchar b)
-{
-    return reversedBits[b];
-}
-
 // One row of the mean threshold as bits, the leftmost pixel in the top bit: set (black) where
 // gray < mean - 4, clear (white) where gray >= mean - 4.
 void meanThresholdBits(const uchar* gray, const uchar* mean, uchar* out, int width)
@@ -71,8 +57,8 @@ void meanThresholdBits(const uchar* gray, const uchar* mean, uchar* out, int wid
         const __m128i g = _mm_loadu_si128(reinterpret_cast<const __m128i*>(gray + x));
         const __m128i floor = _mm_subs_epu8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(mean + x)), four);
         const int white = _mm_movemask_epi8(_mm_cmpeq_epi8(_mm_max_epu8(g, floor), g)); // bit i: g >= floor
-        out[x / 8] = reversed(uchar(~white));
-        out[x / 8 + 1] = reversed(uchar(~white >> 8));
+        out[x / 8] = BitOrder::reversed(uchar(~white));
+        out[x / 8 + 1] = BitOrder::reversed(uchar(~white >> 8));
     }
 #endif
     for (; x < width; ++x) {

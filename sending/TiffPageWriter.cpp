@@ -1,5 +1,6 @@
 #include "TiffPageWriter.h"
 
+#include "BitOrder.h"
 #include "LogUtil.h"
 #include "TiffUtil.h"
 
@@ -11,7 +12,6 @@
 
 #include <tiffio.h>
 
-#include <array>
 #include <cstdint>
 #ifdef __SSE2__
 #include <emmintrin.h>
@@ -40,21 +40,6 @@ void setPageTags(TIFF* tif, uint32_t columns, uint32_t rows, int pageIndex, int 
     TIFFSetField(tif, TIFFTAG_PAGENUMBER, pageIndex, pageTotal);
     const QByteArray pageName = QStringLiteral("Page %1").arg(pageIndex).toLatin1();
     TIFFSetField(tif, TIFFTAG_PAGENAME, pageName.constData());
-}
-
-// The bits of each byte value in reverse order.
-constexpr std::array<uchar, 256> reversedBits = [] {
-    std::array<uchar, 256> table{};
-    for (int b = 0; b < 256; ++b)
-        for (int i = 0; i < 8; ++i)
-            if (b & (1 << i))
-                table[size_t(b)] = uchar(table[size_t(b)] | 0x80 >> i);
-    return table;
-}();
-
-inline uchar reversed(uchar b)
-{
-    return reversedBits[b];
 }
 
 // One row of packed bits: `bytes` bytes a row, the leftmost pixel in the top bit, a set bit
@@ -94,7 +79,7 @@ bool packBlackAndWhite(const QImage& source, Rows& packed, size_t bytes)
             // movemask gives pixel 0 in bit 0; the file wants it in the top bit.
             const int bits = _mm_movemask_ps(_mm_castsi128_ps(blackLeft))
                 | (_mm_movemask_ps(_mm_castsi128_ps(blackRight)) << 4);
-            out[c / 8] = reversed(uchar(bits));
+            out[c / 8] = BitOrder::reversed(uchar(bits));
         }
 #endif
         for (; c < columns; ++c) {
