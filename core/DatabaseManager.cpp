@@ -322,6 +322,87 @@ void DatabaseManager::createTables()
     };
     for (const char* index : indexes)
         query.exec(QString::fromLatin1(index));
+    migrateSchema();
+}
+
+namespace {
+
+bool hasColumn(QSqlDatabase& db, const QString& table, const QString& column)
+{
+    QSqlQuery info(db);
+    info.exec(QStringLiteral("PRAGMA table_info(") + table + QLatin1Char(')'));
+    while (info.next())
+        if (info.value(1).toString().compare(column, Qt::CaseInsensitive) == 0)
+            return true;
+    return false;
+}
+
+bool exec(QSqlDatabase& db, const QString& sql)
+{
+    QSqlQuery query(db);
+    if (query.exec(sql))
+        return true;
+    logFailure(query);
+    return false;
+}
+
+// A fax keeps the options it was sent with, so an upload started again after a restart goes
+// out with the same quality and schedule.
+bool addSendOptionColumns(QSqlDatabase& db)
+{
+    const char* columns[][2] = {
+        {"quality", "INTEGER"},       {"retryTime", "INTEGER"},        {"planTime", "VARCHAR(40)"},
+        {"stopTime", "VARCHAR(40)"},  {"timeFrom", "VARCHAR(10)"},     {"timeTo", "VARCHAR(10)"},
+        {"disableHeader", "BOOLEAN"}, {"disableDialPrefix", "BOOLEAN"},
+    };
+    for (const auto& column : columns) {
+        const QString name = QString::fromLatin1(column[0]);
+        if (!hasColumn(db, QStringLiteral("FAXES"), name)
+            && !exec(db, QStringLiteral("ALTER TABLE FAXES ADD COLUMN ") + name + QLatin1Char(' ')
+                             + QString::fromLatin1(column[1])))
+            return false;
+    }
+    return true;
+}
+
+// A received fax is stored once per device and device task number: a fetch that is repeated
+// after a broken run finds its row there. Copies an older store may hold are folded first.
+bool uniqueReceivedFaxes(QSqlDatabase& db)
+{
+    return exec(db, QStringLiteral("DELETE FROM FAXES WHERE tag = 0 AND taskID > 0 AND id NOT IN "
+                                   "(SELECT MIN(id) FROM FAXES WHERE tag = 0 AND taskID > 0 "
+                                   "GROUP BY device_id, taskID)"))
+        && exec(db, QStringLiteral("CREATE UNIQUE INDEX IF NOT EXISTS FAXES_received ON FAXES (device_id, taskID) "
+                                   "WHERE tag = 0 AND taskID > 0"));
+}
+
+} // namespace
+
+// Each step after the first schema runs once, in order, in a transaction of its own;
+// PRAGMA user_version records the last step done, so an older velkor.db is upgraded in
+// place and a newer program finds nothing left to do. Steps are safe to run again.
+int DatabaseManager::migrateSchema()
+{
+    using Step = bool (*)(QSqlDatabase&);
+    const Step steps[] = {addSendOptionColumns, uniqueReceivedFaxes};
+    const int latest = int(sizeof(steps) / sizeof(steps[0]));
+
+    QSqlDatabase db = ConnectionPool::openConnection();
+    QSqlQuery version(db);
+    int current = version.exec(QStringLiteral("PRAGMA user_version")) && version.next() ? version.value(0).toInt() : 0;
+    version.finish();
+    while (current < latest) {
+        db.transaction();
+        if (!steps[current](db)
+            || !exec(db, QStringLiteral("PRAGMA user_version = ") + QString::number(current + 1))) {
+            db.rollback();
+            LogUtil::c(QStringLiteral("The store could not be upgraded past version %1").arg(current));
+            break;
+        }
+        db.commit();
+        ++current;
+    }
+    return current;
 }
 
 bool DatabaseManager::insertUser(QString& nickname, QString& password)

@@ -18,6 +18,8 @@ public:
     DatabaseManager() = default;
 
     void createTables();
+    // Brings an older store up to date; returns the schema version it is at.
+    int migrateSchema();
 
     // Local accounts
     bool insertUser(QString& nickname, QString& password);
