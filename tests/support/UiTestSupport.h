@@ -10,6 +10,9 @@
 #include "TestSupport.h"
 
 #include <QAbstractButton>
+#include <QComboBox>
+#include <QLabel>
+#include <QLineEdit>
 #include <QCoreApplication>
 #include <QKeyEvent>
 #include <QTableWidget>
@@ -41,6 +44,27 @@ inline void clickWhenEnabled(QObject* root, const char* name)
         QTest::qFail("button stays disabled", __FILE__, __LINE__);
     else
         QTest::mouseClick(target, Qt::LeftButton);
+}
+
+// What the named children show, one entry each: the text of a line edit or label, a combo
+// box's current text, "+" or "-" for a checked or unchecked button.
+inline QStringList shown(QObject* root, const QStringList& names)
+{
+    QStringList texts;
+    for (const QString& name : names) {
+        QObject* child = find<QObject>(root, name);
+        if (auto* edit = qobject_cast<QLineEdit*>(child))
+            texts << edit->text();
+        else if (auto* label = qobject_cast<QLabel*>(child))
+            texts << label->text();
+        else if (auto* combo = qobject_cast<QComboBox*>(child))
+            texts << combo->currentText();
+        else if (auto* button = qobject_cast<QAbstractButton*>(child))
+            texts << QString(QLatin1Char(button->isChecked() ? '+' : '-'));
+        else
+            texts << QStringLiteral("?");
+    }
+    return texts;
 }
 
 // The next message box shown (waited for), as "kind:text"; empty when none comes.
