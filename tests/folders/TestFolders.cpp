@@ -687,7 +687,7 @@ private slots:
     // A refused upload leaves the job waiting, unpolled, until "开始上传" sends it again.
     void failedUploadWaitsForStartUpload()
     {
-        const Scenario scenario = SendingTestData::scenarioAt(m_address);
+        const Scenario scenario = SendingTestData::scenarioAt(QStringLiteral("127.0.0.121"));
         auto sim = SendingTestData::startSim(scenario);
         SimFault refuse = SimFault::make(QStringLiteral("SENDFAX"), SimFault::Feedback, 0, 0, QStringLiteral("RECV_FAIL"));
         refuse.times = 1;
@@ -993,6 +993,20 @@ private slots:
         // A new folder reads the same from the store.
         DeleteBoxWidget again;
         QCOMPARE(ids(again.faxes()), (QList<int> { m_sent.id, m_odd.id }));
+    }
+
+    // Faxes deleted elsewhere come in at the top in list order, marked deleted.
+    void addFaxPutsEachAtTheTop()
+    {
+        DeleteBoxWidget box;
+        QList<Fax> list{receivedFax(QStringLiteral("2020-01-01 00:00:00"), FaxStatus::RECV_FAX_READED, "9", "a"),
+                        sentFax(QStringLiteral("2020-01-02 00:00:00"), FaxStatus::SEND_FAX_STOPED, "8", "b")};
+        list[0].id = 1001;
+        list[1].id = 1002;
+        box.addFax(list);
+        QCOMPARE(ids(box.faxes()), (QList<int>{1002, 1001, m_sent.id, m_received.id, m_odd.id}));
+        checkMirror(box);
+        QCOMPARE(box.faxes().first().isDelete, 1);
     }
 
     // Click previews, double click asks for the editor, the menu only opens over a row.
