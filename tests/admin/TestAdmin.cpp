@@ -171,6 +171,8 @@ class TestDeviceTransfers : public QObject
 
     std::unique_ptr<DeviceSimRunner> m_sim;   // logs, configuration, fax files, firmware with an OS image
     std::unique_ptr<DeviceSimRunner> m_swSim; // firmware without an OS image
+    std::unique_ptr<DeviceSimRunner> m_cmdSim; // users and history for the commands
+    Device m_cmdDevice;
     QByteArray m_firmware;
     QByteArray m_swFirmware;
     Device m_device;
@@ -204,6 +206,26 @@ private slots:
         Scenario sw = scenarioAt(QStringLiteral("127.0.0.72"));
         sw.firmwareExpected = m_swFirmware;
         m_swSim = start(sw);
+
+        // Users and history for the commands.
+        Scenario c = scenarioAt(QStringLiteral("127.0.0.70"));
+        c.users << SimUser::withPassword(QStringLiteral("clerk"), QStringLiteral("pw"), 12, QStringLiteral("801"));
+        for (int i = 0; i < 40; ++i) // a list long enough to come in pieces
+            c.users << SimUser::withPassword(QStringLiteral("user%1").arg(i), QStringLiteral("pw"), 12);
+        SimSentRecord waiting;
+        waiting.task = 501;
+        waiting.status = 5;
+        waiting.number = QStringLiteral("01066668888");
+        waiting.sender = QStringLiteral("admin");
+        SimSentRecord sent;
+        sent.task = 502;
+        sent.status = 2;
+        sent.number = QStringLiteral("02177776666");
+        sent.sender = QStringLiteral("admin");
+        sent.timeUtc = QDateTime::currentDateTimeUtc().addSecs(-3600);
+        c.history << waiting << sent;
+        m_cmdSim = start(c);
+        m_cmdDevice = deviceOf(c);
     }
 
     void init()
@@ -211,6 +233,7 @@ private slots:
         DeviceProtocol::setTestTimeoutDivisor(1);
         m_sim->device()->clearFaults();
         m_swSim->device()->clearFaults();
+        m_cmdSim->device()->clearFaults();
         m_controller = new DeviceController;
         m_done = new QSignalSpy(m_controller, &DeviceController::commandFinished);
     }
@@ -424,61 +447,9 @@ private slots:
         QVERIFY(finished());
         QCOMPARE(result.count(), 2);
     }
-};
 
-// Every administration command against the device stand-in: the request text as the device
-// receives it, and what each kind of reply turns into.
-class TestDeviceCommands : public QObject
-{
-    Q_OBJECT
-
-    std::unique_ptr<DeviceSimRunner> m_sim;
-    Device m_device;
-    DeviceController* m_controller = nullptr;
-    QSignalSpy* m_done = nullptr;
-
-    // Waits for the command just requested to finish.
-    bool finished() { return m_done->wait(20000); }
-
-private slots:
-    void initTestCase()
-    {
-        TestSupport::freshHome();
-        TestSupport::loginTestUser();
-        Scenario s = scenarioAt(QStringLiteral("127.0.0.70"));
-        s.users << SimUser::withPassword(QStringLiteral("clerk"), QStringLiteral("pw"), 12, QStringLiteral("801"));
-        for (int i = 0; i < 40; ++i) // a list long enough to come in pieces
-            s.users << SimUser::withPassword(QStringLiteral("user%1").arg(i), QStringLiteral("pw"), 12);
-        SimSentRecord waiting;
-        waiting.task = 501;
-        waiting.status = 5;
-        waiting.number = QStringLiteral("01066668888");
-        waiting.sender = QStringLiteral("admin");
-        SimSentRecord sent;
-        sent.task = 502;
-        sent.status = 2;
-        sent.number = QStringLiteral("02177776666");
-        sent.sender = QStringLiteral("admin");
-        sent.timeUtc = QDateTime::currentDateTimeUtc().addSecs(-3600);
-        s.history << waiting << sent;
-        m_sim = start(s);
-        m_device = deviceOf(s);
-    }
-
-    void init()
-    {
-        DeviceProtocol::setTestTimeoutDivisor(1);
-        m_sim->device()->clearFaults();
-        m_controller = new DeviceController;
-        m_done = new QSignalSpy(m_controller, &DeviceController::commandFinished);
-    }
-
-    void cleanup()
-    {
-        delete m_done;
-        delete m_controller;
-        DeviceProtocol::setTestTimeoutDivisor(1);
-    }
+    // Every command: the request text as the device receives it, and what each kind of reply
+    // turns into.
 
     // What each read brings is shown by the panels' own tests; here: commands queued behind
     // each other make one busy run, and a read hands the whole reply on.
@@ -487,16 +458,16 @@ private slots:
         QSignalSpy user(m_controller, &DeviceController::returnUserInfo);
         QSignalSpy busy(m_controller, &DeviceController::busyChanged);
         QString name = QStringLiteral("clerk");
-        emit m_controller->getServerInfomation(m_device);
-        emit m_controller->getTimeSetting(m_device);
-        emit m_controller->getUserInfo(m_device, name);
+        emit m_controller->getServerInfomation(m_cmdDevice);
+        emit m_controller->getTimeSetting(m_cmdDevice);
+        emit m_controller->getUserInfo(m_cmdDevice, name);
         QVERIFY(m_controller->isBusy());
         QTRY_COMPARE_WITH_TIMEOUT(m_done->count(), 3, 30000);
         QVERIFY(!m_controller->isBusy());
         QCOMPARE(busy.count(), 2);
         QCOMPARE(busy.at(0).at(0).toBool(), true);
         QCOMPARE(busy.at(1).at(0).toBool(), false);
-        QCOMPARE(lastRequest(*m_sim, "GET_USER_INFO"), QStringLiteral("<ACTION>GET_USER_INFO</ACTION><USER_NAME>clerk</USER_NAME>"));
+        QCOMPARE(lastRequest(*m_cmdSim, "GET_USER_INFO"), QStringLiteral("<ACTION>GET_USER_INFO</ACTION><USER_NAME>clerk</USER_NAME>"));
         QCOMPARE(StringUtil::getValue(user.at(0).at(0).toString(), "EXT_NUM"), QStringLiteral("801"));
     }
 
@@ -506,13 +477,13 @@ private slots:
         auto set = [&](QString line) {
             QString tagFormat = "%D %T", company = "ACME", faxNum = "010-1", csid = "ACME-1", localCode = "010",
                     ipPrf = "17951", outPrf = "9", inPrf = "8", mrecv = "#*", ecm = "2", priority = "-1", rings = "4";
-            emit m_controller->setFaxSetting(m_device, tagFormat, company, faxNum, csid, localCode, ipPrf, outPrf,
+            emit m_controller->setFaxSetting(m_cmdDevice, tagFormat, company, faxNum, csid, localCode, ipPrf, outPrf,
                                              inPrf, mrecv, line, true, false, true, false, true, false, true, 11, 6,
                                              ecm, priority, rings);
             return finished() ? result.takeFirst().at(0).toString() : QString();
         };
         QCOMPARE(set("1"), QStringLiteral("OK"));
-        QCOMPARE(lastRequest(*m_sim, "SET_FAX_SETTING"),
+        QCOMPARE(lastRequest(*m_cmdSim, "SET_FAX_SETTING"),
                  QStringLiteral("<ACTION>SET_FAX_SETTING</ACTION><TAG_FORMAT>%D %T</TAG_FORMAT><COMPANY>ACME</COMPANY>"
                                 "<FAX_NUM>010-1</FAX_NUM><CSID>ACME-1</CSID><ECM>2</ECM><MAX_SPEED>11</MAX_SPEED>"
                                 "<RECV_SPEED>6</RECV_SPEED><RINGCNT>4</RINGCNT><LOCAL_CODE>010</LOCAL_CODE>"
@@ -526,10 +497,10 @@ private slots:
 
     void failedLoginGivesNoResult()
     {
-        m_sim->device()->addFault(SimFault::make("LOGIN", SimFault::RefuseLogin));
+        m_cmdSim->device()->addFault(SimFault::make("LOGIN", SimFault::RefuseLogin));
         QSignalSpy result(m_controller, &DeviceController::returnSettingResult);
         QString s = "x", line = "1";
-        emit m_controller->setFaxSetting(m_device, s, s, s, s, s, s, s, s, s, line, false, false, false, false, false,
+        emit m_controller->setFaxSetting(m_cmdDevice, s, s, s, s, s, s, s, s, s, line, false, false, false, false, false,
                                          false, false, 0, 0, s, s, s);
         QVERIFY(finished());
         QCOMPARE(result.count(), 0);
@@ -538,11 +509,11 @@ private slots:
 
     void userListIsJoinedFromPieces()
     {
-        m_sim->device()->addFault(SimFault::make("GET_USER_LIST", SimFault::Split, 4, 200));
+        m_cmdSim->device()->addFault(SimFault::make("GET_USER_LIST", SimFault::Split, 4, 200));
         QSignalSpy list(m_controller, &DeviceController::returnUserList);
-        emit m_controller->getUserList(m_device);
+        emit m_controller->getUserList(m_cmdDevice);
         QVERIFY(finished());
-        QCOMPARE(lastRequest(*m_sim, "GET_USER_LIST"), QStringLiteral("<ACTION>GET_USER_LIST</ACTION>"));
+        QCOMPARE(lastRequest(*m_cmdSim, "GET_USER_LIST"), QStringLiteral("<ACTION>GET_USER_LIST</ACTION>"));
         const QStringList names = list.at(0).at(0).toString().split(',');
         QCOMPARE(names.size(), 42);
         QCOMPARE(names.first(), QStringLiteral("admin"));
@@ -553,11 +524,11 @@ private slots:
     {
         // The second piece comes after a whole reply wait: the read ends with what it has.
         DeviceProtocol::setTestTimeoutDivisor(30);
-        m_sim->device()->addFault(SimFault::make("GET_USER_LIST", SimFault::Split, 2, 2500));
+        m_cmdSim->device()->addFault(SimFault::make("GET_USER_LIST", SimFault::Split, 2, 2500));
         QSignalSpy list(m_controller, &DeviceController::returnUserList);
         QElapsedTimer clock;
         clock.start();
-        emit m_controller->getUserList(m_device);
+        emit m_controller->getUserList(m_cmdDevice);
         QVERIFY(finished());
         QVERIFY2(clock.elapsed() < 2500, qPrintable(QString::number(clock.elapsed())));
         QCOMPARE(list.count(), 1);
@@ -570,19 +541,19 @@ private slots:
         auto send = [&](QString action, QString pwd, QString ext) {
             QString name = "typist", permission = "12", emailOpt = "5", smtpAddr = "smtp.x", smtpUser = "u",
                     smtpPwd = "******", from = "f@x", to = "t@x";
-            emit m_controller->setUserInfo(m_device, name, pwd, ext, permission, emailOpt, smtpAddr, smtpUser,
+            emit m_controller->setUserInfo(m_cmdDevice, name, pwd, ext, permission, emailOpt, smtpAddr, smtpUser,
                                            smtpPwd, from, to, action);
             return finished() ? result.takeFirst().at(0).toString() : QString();
         };
         auto stored = [&](const char* field) {
             SimUser user;
-            m_sim->device()->user("typist", &user);
+            m_cmdSim->device()->user("typist", &user);
             return field ? user.fields.value(field) : user.storedPassword;
         };
         // Adding sends the digest even of "******"; SMTP_PWD goes as typed.
         QCOMPARE(send("ADD_USER", "******", "805"), QStringLiteral("OK"));
         const QString digest = MD5Util::call128MD5(QByteArray("******"));
-        QCOMPARE(lastRequest(*m_sim, "ADD_USER"),
+        QCOMPARE(lastRequest(*m_cmdSim, "ADD_USER"),
                  QStringLiteral("<ACTION>ADD_USER</ACTION><USER_NAME>typist</USER_NAME><USER_PWD>") + digest
                      + QStringLiteral("</USER_PWD><EXT_NUM>805</EXT_NUM><PERMISSION>12</PERMISSION><EMAIL_OPT>5</EMAIL_OPT>"
                                       "<SMTP_ADDR>smtp.x</SMTP_ADDR><SMTP_USER>u</SMTP_USER><SMTP_PWD>******</SMTP_PWD>"
@@ -590,7 +561,7 @@ private slots:
         QCOMPARE(stored(nullptr), digest);
         // Modifying with "******" keeps the password.
         QCOMPARE(send("MODIFY_USER", "******", "806"), QStringLiteral("OK"));
-        QVERIFY(lastRequest(*m_sim, "MODIFY_USER")
+        QVERIFY(lastRequest(*m_cmdSim, "MODIFY_USER")
                     .startsWith(QStringLiteral("<ACTION>MODIFY_USER</ACTION><USER_NAME>typist</USER_NAME><EXT_NUM>806</EXT_NUM>")));
         QCOMPARE(stored(nullptr), digest);
         QCOMPARE(stored("EXT_NUM"), QStringLiteral("806"));
@@ -602,12 +573,12 @@ private slots:
     {
         QSignalSpy paused(m_controller, &DeviceController::returnSendFaxPause);
         QString task = "501";
-        emit m_controller->sendFaxPause(m_device, task);
+        emit m_controller->sendFaxPause(m_cmdDevice, task);
         QVERIFY(finished());
-        QCOMPARE(lastRequest(*m_sim, "SEND_FAX_PAUSE"), QStringLiteral("<ACTION>SEND_FAX_PAUSE</ACTION><TASKID>501</TASKID>"));
+        QCOMPARE(lastRequest(*m_cmdSim, "SEND_FAX_PAUSE"), QStringLiteral("<ACTION>SEND_FAX_PAUSE</ACTION><TASKID>501</TASKID>"));
         QCOMPARE(paused.count(), 1);
         task = "999";
-        emit m_controller->sendFaxPause(m_device, task);
+        emit m_controller->sendFaxPause(m_cmdDevice, task);
         QVERIFY(finished());
         QCOMPARE(paused.count(), 1);
     }
@@ -616,17 +587,17 @@ private slots:
     {
         QSignalSpy result(m_controller, &DeviceController::returnDeleteFaxResult);
         QString task = "502";
-        m_sim->device()->setAllowRemove(false);
-        emit m_controller->deleteFax(m_device, task);
+        m_cmdSim->device()->setAllowRemove(false);
+        emit m_controller->deleteFax(m_cmdDevice, task);
         QVERIFY(finished());
-        QCOMPARE(lastRequest(*m_sim, "DELETE_FAX"),
+        QCOMPARE(lastRequest(*m_cmdSim, "DELETE_FAX"),
                  QStringLiteral("<ACTION>DELETE_FAX</ACTION><TASKID>502</TASKID><DELETE>true</DELETE><REMOVE>true</REMOVE>"));
         QCOMPARE(result.takeFirst().at(0).toInt(), 1);
-        m_sim->device()->setAllowRemove(true);
-        emit m_controller->deleteFax(m_device, task);
+        m_cmdSim->device()->setAllowRemove(true);
+        emit m_controller->deleteFax(m_cmdDevice, task);
         QVERIFY(finished());
         QCOMPARE(result.takeFirst().at(0).toInt(), 0);
-        emit m_controller->deleteFax(m_device, task); // gone now
+        emit m_controller->deleteFax(m_cmdDevice, task); // gone now
         QVERIFY(finished());
         QCOMPARE(result.takeFirst().at(0).toInt(), 2);
     }
@@ -634,10 +605,10 @@ private slots:
     void voiceListenKeepsItsLine()
     {
         QSignalSpy listening(m_controller, &DeviceController::returnVoiceListenResult);
-        emit m_controller->voiceListen(m_device, 3007, 45777);
+        emit m_controller->voiceListen(m_cmdDevice, 3007, 45777);
         QVERIFY(finished());
         QCOMPARE(listening.count(), 1);
-        QTRY_VERIFY(countInLog(*m_sim, "voice to") > 0);
+        QTRY_VERIFY(countInLog(*m_cmdSim, "voice to") > 0);
     }
 };
 
@@ -1916,5 +1887,5 @@ private slots:
     }
 };
 
-VELKOR_TESTS_MAIN(TestDeviceTransfers, TestDeviceCommands, TestDeviceListWindow, TestStatusPanels, TestSettingPanels, TestFaxSettingPanels, TestQueueHistoryPanels, TestIniUtil)
+VELKOR_TESTS_MAIN(TestDeviceTransfers, TestDeviceListWindow, TestStatusPanels, TestSettingPanels, TestFaxSettingPanels, TestQueueHistoryPanels, TestIniUtil)
 #include "TestAdmin.moc"

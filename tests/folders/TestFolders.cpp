@@ -71,20 +71,6 @@ inline int addDevice(const QString& productID = QStringLiteral("PID0001"))
 
 inline Fax addFax(const Fax& fax, int deviceId) { return TestSupport::storeFax(fax, deviceId); }
 
-inline Fax sentFax(const QString& time, int status, const QString& cid, const QString& receiver)
-{
-    Fax fax;
-    fax.tag = 1;
-    fax.time = time;
-    fax.status = status;
-    fax.cid = cid;
-    fax.receiver = receiver;
-    fax.sender = QStringLiteral("user1");
-    fax.pageTotal = 2;
-    fax.serverID = QStringLiteral("PID0001");
-    return fax;
-}
-
 inline Fax receivedFax(const QString& time, int status, const QString& cid, const QString& sender)
 {
     Fax fax;
@@ -96,6 +82,15 @@ inline Fax receivedFax(const QString& time, int status, const QString& cid, cons
     fax.receiver = QStringLiteral("public");
     fax.pageTotal = 1;
     fax.serverID = QStringLiteral("PID0001");
+    return fax;
+}
+
+inline Fax sentFax(const QString& time, int status, const QString& cid, const QString& receiver)
+{
+    Fax fax = receivedFax(time, status, cid, QStringLiteral("user1"));
+    fax.tag = 1;
+    fax.receiver = receiver;
+    fax.pageTotal = 2;
     return fax;
 }
 
