@@ -350,11 +350,10 @@ private slots:
             QCOMPARE(TestSupport::find<QLabel>(w, "label_sender_text")->text(), QStringLiteral("Alice <5551234>"));
             QCOMPARE(TestSupport::find<QLabel>(w, "label_time_text")->text(), QStringLiteral("2024-05-06 07:08:09"));
             w->reply();
-            QVERIFY(action("action_send")->isEnabled());
-            QVERIFY(!action("action_reply")->isEnabled());
-            QVERIFY(action("action_sign")->isEnabled());
-            QVERIFY(TestSupport::find<QWidget>(w, "inputWidget")->isVisible());
-            QVERIFY(!TestSupport::find<QWidget>(w, "detailWidget")->isVisible());
+            QVERIFY(action("action_send")->isEnabled() && !action("action_reply")->isEnabled()
+                    && action("action_sign")->isEnabled());
+            QVERIFY(TestSupport::find<QWidget>(w, "inputWidget")->isVisible()
+                    && !TestSupport::find<QWidget>(w, "detailWidget")->isVisible());
             QCOMPARE(phone->text(), QStringLiteral("5551234"));
         }
     }
@@ -481,12 +480,11 @@ private slots:
         for (int i = 0; i < row; ++i)
             w->nextPage();
         QCOMPARE(w->currentRow(), row);
-        QCOMPARE(action("action_previous_page")->isEnabled(), previous);
-        QCOMPARE(action("action_next_page")->isEnabled(), next);
-        QCOMPARE(action("action_delete_page")->isEnabled(), remove);
+        QCOMPARE((QList<bool>{action("action_previous_page")->isEnabled(), action("action_next_page")->isEnabled(),
+                              action("action_delete_page")->isEnabled()}),
+                 (QList<bool>{previous, next, remove}));
         QCOMPARE(TestSupport::find<QLineEdit>(w, "edit_page")->text(), counter);
-        QCOMPARE(pageLabel()->pixmap(Qt::ReturnByValue).toImage().convertToFormat(QImage::Format_RGBA8888),
-                 w->pages()[row].image.convertToFormat(QImage::Format_RGBA8888));
+        QCOMPARE(shown(), rgba(w->pages()[row].image));
     }
 
     void movingAndDeletingPages()
@@ -582,8 +580,7 @@ private slots:
         QVERIFY2(qAbs(cut - 1000) <= 2, qPrintable(QString::number(cut)));
         QCOMPARE(pages[0].image, page.copy(0, 0, 1728, cut));
         QCOMPARE(pages[1].image, page.copy(0, cut, 1728, 2200 - cut));
-        QCOMPARE(pages[1].pageKind, 1);
-        QCOMPARE(pages[1].pageIndex, 1);
+        QVERIFY(pages[1].pageKind == 1 && pages[1].pageIndex == 1);
         QCOMPARE(pageLabel()->cursor().shape(), Qt::ArrowCursor);
 
         // Split mode ends with the split.
@@ -802,8 +799,9 @@ private slots:
         QVERIFY(!o.planEnabled && !o.stopEnabled && !o.windowEnabled);
         FaxOptionDialog* d = openOptions(w.data());
         QVERIFY(d);
-        QCOMPARE(TestSupport::find<QComboBox>(d, "combo_priority")->currentIndex(), 2);
-        QCOMPARE(TestSupport::find<QComboBox>(d, "combo_fax_quality")->currentIndex(), 1);
+        QCOMPARE((QList<int>{TestSupport::find<QComboBox>(d, "combo_priority")->currentIndex(),
+                             TestSupport::find<QComboBox>(d, "combo_fax_quality")->currentIndex()}),
+                 (QList<int>{2, 1}));
         QVERIFY(!TestSupport::find<QDateTimeEdit>(d, "date_start_at")->isEnabled());
         QVERIFY(TestSupport::find<QDateTimeEdit>(d, "date_cancel_fax_after")->dateTime() > QDateTime::currentDateTime());
     }
@@ -937,9 +935,7 @@ private slots:
 
         const QList<Fax> faxes = handed[0][0].value<QList<Fax>>();
         QCOMPARE(faxes.size(), 2);
-        QCOMPARE(faxes[0].cid, QStringLiteral("111"));
-        QCOMPARE(faxes[1].cid, QStringLiteral("222"));
-        QCOMPARE(faxes[1].receiver, QStringLiteral("Bob"));
+        QCOMPARE((QStringList{faxes[0].cid, faxes[1].cid, faxes[1].receiver}), (QStringList{"111", "222", "Bob"}));
         for (const Fax& fax : faxes) {
             QVERIFY(fax.id > 0);
             QCOMPARE((QVariantList{fax.status, fax.remark, fax.pageTotal, fax.serverID, fax.dialTotal, fax.priority,
@@ -1016,9 +1012,8 @@ private slots:
         const QList<Fax> faxes = handed[0][0].value<QList<Fax>>();
         QCOMPARE(faxes.size(), 3);
         QCOMPARE(faxes[0].cid + faxes[1].cid + faxes[2].cid, QStringLiteral("abc"));
-        QCOMPARE(faxes[0].serverID, devices[2].productID);
-        QCOMPARE(faxes[1].serverID, devices[2].productID);
-        QCOMPARE(faxes[2].serverID, devices[0].productID);
+        QCOMPARE((QStringList{faxes[0].serverID, faxes[1].serverID, faxes[2].serverID}),
+                 (QStringList{devices[2].productID, devices[2].productID, devices[0].productID}));
         QVERIFY(faxes[0].filepath != faxes[2].filepath);
         QVERIFY(QFileInfo::exists(faxes[0].filepath) && QFileInfo::exists(faxes[2].filepath));
         const QString unused = TestSupport::documentsPath() + gUser.nickname + "/" + devices[1].productID + "/FaxFile";
@@ -1141,9 +1136,8 @@ private slots:
         QCOMPARE(stored.size(), 2);
         const QImage bw = stored[0].toImage();
         QCOMPARE(bw.size(), QSize(60, 30));
-        QCOMPARE(bw.pixel(5, 5), 0xFF000000u);
-        QCOMPARE(bw.pixel(25, 5), 0xFF000000u);
-        QCOMPARE(bw.pixel(50, 5), 0xFFFFFFFFu);
+        QCOMPARE((QList<QRgb>{bw.pixel(5, 5), bw.pixel(25, 5), bw.pixel(50, 5)}),
+                 (QList<QRgb>{0xFF000000u, 0xFF000000u, 0xFFFFFFFFu}));
 
         auto* list = TestSupport::find<QListView>(&dialog, "listView");
         auto* remove = TestSupport::find<QPushButton>(&dialog, "button_delete_sign");
