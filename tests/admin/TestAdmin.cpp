@@ -1087,6 +1087,18 @@ SimUser account(const QString& name, int permission, int emailOpt, const QString
     return u;
 }
 
+// The tab's widget once its line's settings have arrived; null when they do not come.
+FaxDetailWidget* loadedTab(QTabWidget* tabs, int index)
+{
+    auto* detail = qobject_cast<FaxDetailWidget*>(tabs->widget(index));
+    if (!detail)
+        return nullptr;
+    auto* busy = detail->findChild<QLabel*>(QStringLiteral("label_busy"));
+    auto* company = detail->findChild<QLineEdit*>(QStringLiteral("edit_company"));
+    const bool loaded = QTest::qWaitFor([&] { return !company->text().isEmpty() && busy->isHidden(); }, 20000);
+    return loaded ? detail : nullptr;
+}
+
 } // namespace
 
 // The network, mail, time and user panels against the device stand-in.
@@ -1098,6 +1110,8 @@ class TestSettingPanels : public QObject
     std::unique_ptr<DeviceSimRunner> m_users;
     Device m_settingsDevice;
     Device m_usersDevice;
+    std::unique_ptr<DeviceSimRunner> m_oneLine;
+    std::unique_ptr<DeviceSimRunner> m_twoLines;
 
 private slots:
     void initTestCase()
@@ -1117,6 +1131,24 @@ private slots:
                     << account(QStringLiteral("bob"), 40, 6, QStringLiteral("bob@example.com"));
         m_users = start(users);
         m_usersDevice = deviceOf(users);
+
+        // Line settings: one line, and two lines.
+        Scenario one = scenarioAt(QStringLiteral("127.0.0.73"));
+        one.lines[0].insert(QStringLiteral("SUPPORT_SPEED"), QStringLiteral("5"));
+        m_oneLine = start(one);
+
+        Scenario two = scenarioAt(QStringLiteral("127.0.0.74"));
+        two.lines[0].insert(QStringLiteral("RECV_SPEED"), QStringLiteral("7"));
+        two.lines[0].insert(QStringLiteral("MAX_SPEED"), QStringLiteral("9"));
+        QMap<QString, QString> second = Scenario::defaultLine(2);
+        second.insert(QStringLiteral("SEND_PRIORITY"), QStringLiteral("-1"));
+        second.insert(QStringLiteral("ECM"), QStringLiteral("2"));
+        second.insert(QStringLiteral("RECV_SPEED"), QStringLiteral("4"));
+        second.insert(QStringLiteral("SUPPORT_SPEED"), QStringLiteral("5"));
+        second.insert(QStringLiteral("DIS_BEEP"), QStringLiteral("true"));
+        second.insert(QStringLiteral("MRECV_CODE"), QStringLiteral("##"));
+        two.lines << second;
+        m_twoLines = start(two);
     }
 
     void init() { MessageBoxUtil::clear(); }
@@ -1401,57 +1433,8 @@ private slots:
         QCOMPARE(list->item(0)->text(), QStringLiteral("admin"));
         QVERIFY(MessageBoxUtil::shown().isEmpty());
     }
-};
 
-namespace {
-
-// The tab's widget once its line's settings have arrived; null when they do not come.
-FaxDetailWidget* loadedTab(QTabWidget* tabs, int index)
-{
-    auto* detail = qobject_cast<FaxDetailWidget*>(tabs->widget(index));
-    if (!detail)
-        return nullptr;
-    auto* busy = detail->findChild<QLabel*>(QStringLiteral("label_busy"));
-    auto* company = detail->findChild<QLineEdit*>(QStringLiteral("edit_company"));
-    const bool loaded = QTest::qWaitFor([&] { return !company->text().isEmpty() && busy->isHidden(); }, 20000);
-    return loaded ? detail : nullptr;
-}
-
-} // namespace
-
-// The line settings panel with one and with two lines, and the advanced parameters panel.
-class TestFaxSettingPanels : public QObject
-{
-    Q_OBJECT
-
-    std::unique_ptr<DeviceSimRunner> m_oneLine;
-    std::unique_ptr<DeviceSimRunner> m_twoLines;
-
-private slots:
-    void initTestCase()
-    {
-        TestSupport::freshHome();
-        TestSupport::loginTestUser();
-        Scenario one = scenarioAt(QStringLiteral("127.0.0.73"));
-        one.lines[0].insert(QStringLiteral("SUPPORT_SPEED"), QStringLiteral("5"));
-        m_oneLine = start(one);
-
-        Scenario two = scenarioAt(QStringLiteral("127.0.0.74"));
-        two.lines[0].insert(QStringLiteral("RECV_SPEED"), QStringLiteral("7"));
-        two.lines[0].insert(QStringLiteral("MAX_SPEED"), QStringLiteral("9"));
-        QMap<QString, QString> second = Scenario::defaultLine(2);
-        second.insert(QStringLiteral("SEND_PRIORITY"), QStringLiteral("-1"));
-        second.insert(QStringLiteral("ECM"), QStringLiteral("2"));
-        second.insert(QStringLiteral("RECV_SPEED"), QStringLiteral("4"));
-        second.insert(QStringLiteral("SUPPORT_SPEED"), QStringLiteral("5"));
-        second.insert(QStringLiteral("DIS_BEEP"), QStringLiteral("true"));
-        second.insert(QStringLiteral("MRECV_CODE"), QStringLiteral("##"));
-        two.lines << second;
-        m_twoLines = start(two);
-    }
-
-    void init() { MessageBoxUtil::clear(); }
-
+    // The line settings panel with one and with two lines, and the advanced parameters panel.
     void oneLineGivesOneTab()
     {
         FaxSettingWidget panel;
@@ -1887,5 +1870,5 @@ private slots:
     }
 };
 
-VELKOR_TESTS_MAIN(TestDeviceTransfers, TestDeviceListWindow, TestStatusPanels, TestSettingPanels, TestFaxSettingPanels, TestQueueHistoryPanels, TestIniUtil)
+VELKOR_TESTS_MAIN(TestDeviceTransfers, TestDeviceListWindow, TestStatusPanels, TestSettingPanels, TestQueueHistoryPanels, TestIniUtil)
 #include "TestAdmin.moc"

@@ -32,6 +32,24 @@
 #include <csignal>
 #include <memory>
 
+namespace {
+// Marks every text it is asked for, so that a test sees which widgets retranslated.
+class MarkingTranslator : public QTranslator
+{
+public:
+    QString padding; // appended to every text, to stand for a wordier language
+
+    QString translate(const char* context, const char* sourceText, const char* disambiguation = nullptr,
+                      int n = -1) const override
+    {
+        Q_UNUSED(disambiguation)
+        Q_UNUSED(n)
+        return QStringLiteral("EN[%1]").arg(QString::fromUtf8(sourceText)) + padding;
+    }
+    bool isEmpty() const override { return false; }
+};
+} // namespace
+
 // Login, remembered credentials, account creation and the first window after start.
 class TestLogin : public QObject
 {
@@ -77,6 +95,8 @@ class TestLogin : public QObject
     }
 
     static void flushDeletes() { QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete); }
+    // The application posts a language change to each window; the event loop delivers it.
+    static void deliverLanguageChange() { QCoreApplication::sendPostedEvents(nullptr, QEvent::LanguageChange); }
 
 private slots:
     void init()
@@ -99,6 +119,7 @@ private slots:
         for (QWidget* w : QApplication::topLevelWidgets())
             w->close();
         flushDeletes();
+        SelectLanguageDialog::switchLanguage(1);
     }
 
     void wrongPasswordAndInjectionAreRefused()
@@ -349,50 +370,8 @@ private slots:
         QCOMPARE(TestSupport::find<QComboBox>(loginPage(login), "combo_nickname")->currentText(), QStringLiteral("hana"));
         QCOMPARE(openLoginWindows().size(), 1);
     }
-};
 
-namespace {
-// Marks every text it is asked for, so that a test sees which widgets retranslated.
-class MarkingTranslator : public QTranslator
-{
-public:
-    QString padding; // appended to every text, to stand for a wordier language
-
-    QString translate(const char* context, const char* sourceText, const char* disambiguation = nullptr,
-                      int n = -1) const override
-    {
-        Q_UNUSED(disambiguation)
-        Q_UNUSED(n)
-        return QStringLiteral("EN[%1]").arg(QString::fromUtf8(sourceText)) + padding;
-    }
-    bool isEmpty() const override { return false; }
-};
-} // namespace
-
-// Language changes reach every open page of the login window at once.
-class TestLanguageSwitch : public QObject
-{
-    Q_OBJECT
-
-    // The application posts the change to each window; the event loop delivers it.
-    static void deliverLanguageChange() { QCoreApplication::sendPostedEvents(nullptr, QEvent::LanguageChange); }
-
-private slots:
-    void init()
-    {
-        TestSupport::freshHome();
-        DatabaseManager db;
-        db.createTables();
-    }
-
-    void cleanup()
-    {
-        for (QWidget* w : QApplication::topLevelWidgets())
-            w->close();
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-        SelectLanguageDialog::switchLanguage(1);
-    }
-
+    // Language changes reach every open page of the login window at once.
     void openPagesRetranslateAtOnce()
     {
         auto* window = new LoginWindow;
@@ -611,5 +590,5 @@ private slots:
     }
 };
 
-VELKOR_TESTS_MAIN(TestLogin, TestLanguageSwitch, TestSingleInstance)
+VELKOR_TESTS_MAIN(TestLogin, TestSingleInstance)
 #include "TestApp.moc"

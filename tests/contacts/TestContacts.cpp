@@ -121,9 +121,29 @@ template <typename T> T* openedDialog(QObject* parent)
     return nullptr;
 }
 
+const QByteArray bom("\xEF\xBB\xBF");
+const QByteArray headerLine
+    = QStringLiteral("姓氏,名字,显示为,公司,部门,职务,地址,邮编,家庭传真,商务传真,其他传真,家庭电话,"
+                     "商务电话,手机,电邮,备注\n")
+          .toUtf8();
+
+QByteArray readAll(const QString& path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return QByteArray();
+    return file.readAll();
+}
+
+void writeFile(const QString& path, const QByteArray& bytes)
+{
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(bytes);
+}
 } // namespace
 
-class TestAddContactDialog : public QObject
+class TestContactDialogs : public QObject
 {
     Q_OBJECT
 
@@ -144,10 +164,42 @@ class TestAddContactDialog : public QObject
         TestSupport::find<QComboBox>(&dialog, "combo_represented")->setEditText(c.represented);
     }
 
+    QString m_home;
+
+    void exportFrom(ContactWindow& window, const QString& path)
+    {
+        DialogUtil::queueAnswer(path);
+        TestSupport::find<QAction>(&window, "action_csv_export")->trigger();
+        QCOMPARE(DialogUtil::pendingAnswers(), 0);
+    }
+
+    void importInto(ContactWindow& window, const QString& path)
+    {
+        DialogUtil::queueAnswer(path);
+        TestSupport::find<QAction>(&window, "action_csv_import")->trigger();
+        QCOMPARE(DialogUtil::pendingAnswers(), 0);
+    }
+    static QStringList storedNames()
+    {
+        QStringList names;
+        DatabaseManager db;
+        for (const ContactType& type : db.queryContactTypes())
+            names << type.name;
+        return names;
+    }
+
+    static QStringList listed(QListWidget* list)
+    {
+        QStringList names;
+        for (int row = 0; row < list->count(); ++row)
+            names << list->item(row)->text();
+        return names;
+    }
+
 private slots:
     void init()
     {
-        TestSupport::freshHome();
+        m_home = TestSupport::freshHome();
         TestSupport::loginTestUser();
     }
 
@@ -262,58 +314,8 @@ private slots:
         DatabaseManager db;
         QCOMPARE(db.queryContacts().size(), 1);
     }
-};
 
-namespace {
-const QByteArray bom("\xEF\xBB\xBF");
-const QByteArray headerLine
-    = QStringLiteral("姓氏,名字,显示为,公司,部门,职务,地址,邮编,家庭传真,商务传真,其他传真,家庭电话,"
-                     "商务电话,手机,电邮,备注\n")
-          .toUtf8();
-
-QByteArray readAll(const QString& path)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return QByteArray();
-    return file.readAll();
-}
-
-void writeFile(const QString& path, const QByteArray& bytes)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(bytes);
-}
-} // namespace
-
-class TestContactCsv : public QObject
-{
-    Q_OBJECT
-
-    QString m_home;
-
-    void exportFrom(ContactWindow& window, const QString& path)
-    {
-        DialogUtil::queueAnswer(path);
-        TestSupport::find<QAction>(&window, "action_csv_export")->trigger();
-        QCOMPARE(DialogUtil::pendingAnswers(), 0);
-    }
-
-    void importInto(ContactWindow& window, const QString& path)
-    {
-        DialogUtil::queueAnswer(path);
-        TestSupport::find<QAction>(&window, "action_csv_import")->trigger();
-        QCOMPARE(DialogUtil::pendingAnswers(), 0);
-    }
-
-private slots:
-    void init()
-    {
-        m_home = TestSupport::freshHome();
-        TestSupport::loginTestUser();
-    }
-
+    // The address book as a file: export and import.
     void exportWithoutSelectionWritesTheHeaderAlone()
     {
         addContact(QStringLiteral("张三"), QStringLiteral("ACME"), QStringLiteral("111"), 0);
@@ -439,36 +441,8 @@ private slots:
         QCOMPARE(db.queryContacts().size(), 1);
         QVERIFY(MessageBoxUtil::takeShown().isEmpty());
     }
-};
 
-class TestContactTypeDialog : public QObject
-{
-    Q_OBJECT
-
-    static QStringList storedNames()
-    {
-        QStringList names;
-        DatabaseManager db;
-        for (const ContactType& type : db.queryContactTypes())
-            names << type.name;
-        return names;
-    }
-
-    static QStringList listed(QListWidget* list)
-    {
-        QStringList names;
-        for (int row = 0; row < list->count(); ++row)
-            names << list->item(row)->text();
-        return names;
-    }
-
-private slots:
-    void init()
-    {
-        TestSupport::freshHome();
-        TestSupport::loginTestUser();
-    }
-
+    // Categories.
     void addAndRenameRefuseTakenNames()
     {
         addType(QStringLiteral("客户"));
@@ -892,5 +866,5 @@ private slots:
     }
 };
 
-VELKOR_TESTS_MAIN(TestAddContactDialog, TestContactCsv, TestContactTypeDialog, TestContactWindow, TestSelectContactDialog, TestCsvFuzzRegressions)
+VELKOR_TESTS_MAIN(TestContactDialogs, TestContactWindow, TestSelectContactDialog, TestCsvFuzzRegressions)
 #include "TestContacts.moc"

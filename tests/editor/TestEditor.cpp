@@ -289,6 +289,41 @@ private:
         return count;
     }
 
+    // The editor's page as the one-page-at-a-time loop made it.
+    static QImage sequentialPage(const QString& path, int index, int dpi)
+    {
+        PdfPageReader reader;
+        if (!reader.open(path))
+            return QImage();
+        const QImage rendered = reader.renderPage(index, dpi);
+        return rendered.isNull() ? QImage() : ImageUtil::getBWImage(ImageUtil::scaleToFaxSize(rendered, "pdf"));
+    }
+
+    // Pages of text with a picture, one of them landscape.
+    QString textPdf(int pages)
+    {
+        const QString file = path(QStringLiteral("letters.pdf"));
+        QPdfWriter writer(file);
+        writer.setResolution(150);
+        writer.setPageSize(QPageSize(QPageSize::A4));
+        QPainter painter(&writer);
+        for (int page = 0; page < pages; ++page) {
+            if (page > 0) {
+                writer.setPageOrientation(page == 2 ? QPageLayout::Landscape : QPageLayout::Portrait);
+                writer.newPage();
+            }
+            QLinearGradient gradient(0, 0, 300, 200);
+            gradient.setColorAt(0, QColor::fromHsv(page * 50 % 360, 200, 220));
+            gradient.setColorAt(1, Qt::darkBlue);
+            painter.fillRect(QRect(700, 80, 300, 200), gradient);
+            painter.setFont(QFont(QStringLiteral("Serif"), 10));
+            for (int line = 0; line < 40; ++line)
+                painter.drawText(60, 320 + line * 30, QStringLiteral("Page %1, line %2: goods received.").arg(page).arg(line));
+        }
+        painter.end();
+        return file;
+    }
+
 private slots:
     void initTestCase() { qRegisterMetaType<QList<Fax>>(); }
     void init()
@@ -1191,52 +1226,8 @@ private slots:
         QCOMPARE(chosen[0][0].value<QPixmap>().size(), QSize(50, 30));
         QVERIFY(!dialog.isVisible());
     }
-};
 
-class TestPdfPageLoader : public QObject
-{
-    Q_OBJECT
-
-    QString m_home;
-
-    // The editor's page as the one-page-at-a-time loop made it.
-    static QImage sequentialPage(const QString& path, int index, int dpi)
-    {
-        PdfPageReader reader;
-        if (!reader.open(path))
-            return QImage();
-        const QImage rendered = reader.renderPage(index, dpi);
-        return rendered.isNull() ? QImage() : ImageUtil::getBWImage(ImageUtil::scaleToFaxSize(rendered, "pdf"));
-    }
-
-    // Pages of text with a picture, one of them landscape.
-    QString textPdf(int pages)
-    {
-        const QString path = m_home + QStringLiteral("/letters.pdf");
-        QPdfWriter writer(path);
-        writer.setResolution(150);
-        writer.setPageSize(QPageSize(QPageSize::A4));
-        QPainter painter(&writer);
-        for (int page = 0; page < pages; ++page) {
-            if (page > 0) {
-                writer.setPageOrientation(page == 2 ? QPageLayout::Landscape : QPageLayout::Portrait);
-                writer.newPage();
-            }
-            QLinearGradient gradient(0, 0, 300, 200);
-            gradient.setColorAt(0, QColor::fromHsv(page * 50 % 360, 200, 220));
-            gradient.setColorAt(1, Qt::darkBlue);
-            painter.fillRect(QRect(700, 80, 300, 200), gradient);
-            painter.setFont(QFont(QStringLiteral("Serif"), 10));
-            for (int line = 0; line < 40; ++line)
-                painter.drawText(60, 320 + line * 30, QStringLiteral("Page %1, line %2: goods received.").arg(page).arg(line));
-        }
-        painter.end();
-        return path;
-    }
-
-private slots:
-    void init() { m_home = TestSupport::freshHome(); }
-
+    // The PDF pages rendered on several workers.
     // Pages rendered on several workers come out in order and equal to the sequential loop's.
     void pagesEqualSequentialLoop()
     {
@@ -1258,9 +1249,9 @@ private slots:
     void failureAndStop()
     {
         PdfPageLoader loader;
-        QVERIFY(!loader.start(m_home + QStringLiteral("/missing.pdf"), 96));
+        QVERIFY(!loader.start(path(QStringLiteral("missing.pdf")), 96));
         QCOMPARE(loader.pageCount(), 0);
-        const QString locked = m_home + QStringLiteral("/locked.pdf");
+        const QString locked = path(QStringLiteral("locked.pdf"));
         writeLockedPdf(locked);
         QVERIFY(!loader.start(locked, 96));
 
@@ -1331,5 +1322,5 @@ private slots:
     }
 };
 
-VELKOR_TESTS_MAIN(TestFaxDetailWindow, TestPdfPageLoader, TestPdfFuzzRegressions)
+VELKOR_TESTS_MAIN(TestFaxDetailWindow, TestPdfFuzzRegressions)
 #include "TestEditor.moc"

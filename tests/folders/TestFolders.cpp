@@ -1273,142 +1273,7 @@ private slots:
     }
 };
 
-class TestDestopTip : public QObject
-{
-    Q_OBJECT
-
-    static QRect area() { return QGuiApplication::primaryScreen()->availableGeometry(); }
-
-private slots:
-    // The notice sits inside the available area at its lower right corner, frameless, at its size.
-    void placeAndLook()
-    {
-        auto* tip = new DestopTip;
-        QString text = QStringLiteral("收到%1份传真").arg(3);
-        tip->showTip(text);
-        tip->show();
-        QCOMPARE(TestSupport::find<QLabel>(tip, QStringLiteral("label"))->text(), QStringLiteral("收到3份传真"));
-        QCOMPARE(tip->frameGeometry().bottomRight(), area().bottomRight());
-        QVERIFY(area().contains(tip->frameGeometry()));
-        delete tip;
-    }
-
-    // Two notices in short succession each stand about 5 s, go 1 s later and free themselves.
-    // (Qt's coarse timers may fire up to 5 % early.)
-    void twoNoticesCloseAndFreeThemselves()
-    {
-        QElapsedTimer clock;
-        clock.start();
-        QPointer<DestopTip> first = new DestopTip;
-        QString one = QStringLiteral("收到1份传真");
-        first->showTip(one);
-        first->show();
-        QTest::qWait(1500);
-        QPointer<DestopTip> second = new DestopTip;
-        QString two = QStringLiteral("收到2份传真");
-        second->showTip(two);
-        second->show();
-        QCOMPARE(second->pos(), first->pos());
-
-        QTest::qWait(4500 - int(clock.elapsed()));
-        QVERIFY(first && first->isVisible());
-        QVERIFY(second && second->isVisible());
-        QTRY_VERIFY_WITH_TIMEOUT(first.isNull(), 3000);
-        const qint64 firstGone = clock.elapsed();
-        QVERIFY2(firstGone >= 5700, qPrintable(QString::number(firstGone)));
-        QVERIFY(second); // its own timers, 1.5 s behind
-        QCOMPARE(second->text(), two);
-        QTRY_VERIFY_WITH_TIMEOUT(second.isNull(), 3000);
-        QVERIFY2(clock.elapsed() >= 7200, qPrintable(QString::number(clock.elapsed())));
-    }
-
-    // A slide starts at the bottom of the desktop and climbs to the same place before it stays.
-    void slideClimbsToItsPlace()
-    {
-        QPointer<DestopTip> tip = new DestopTip;
-        QString text = QStringLiteral("收到1份传真");
-        tip->slideTip(text);
-        tip->show();
-        QCOMPARE(tip->pos().y(), area().y() + area().height());
-        QTRY_COMPARE_WITH_TIMEOUT(tip->frameGeometry().bottomRight(), area().bottomRight(), 3000);
-        QTest::qWait(200);
-        QCOMPARE(tip->frameGeometry().bottomRight(), area().bottomRight()); // it stops there
-        QVERIFY(tip->isVisible());
-        tip->close();
-        QTRY_VERIFY(tip.isNull());
-    }
-};
-
-// The program's options dialog.
-class TestShellDialogs : public QObject
-{
-    Q_OBJECT
-
-    static int storedFaxTime() { return AppSettings::userConfig()->value("getFaxTime", -1).toInt(); }
-
-private slots:
-    void init() { TestSupport::freshHome(); }
-
-    void settingOpensWithStoredValueAndWritesOnAccept()
-    {
-        {
-            SettingDialog dialog;
-            auto* spin = TestSupport::find<QSpinBox>(&dialog, "spin_fax_time");
-            QCOMPARE(spin->value(), 30);
-            spin->setValue(4);
-            QCOMPARE(spin->value(), 5);
-            spin->setValue(61);
-            QCOMPARE(spin->value(), 60);
-            spin->setValue(45);
-            // Cancel writes nothing.
-            TestSupport::find<QPushButton>(&dialog, "button_cancel")->click();
-            QCOMPARE(storedFaxTime(), -1);
-        }
-        {
-            SettingDialog dialog;
-            auto* spin = TestSupport::find<QSpinBox>(&dialog, "spin_fax_time");
-            spin->setValue(45);
-            TestSupport::find<QPushButton>(&dialog, "button_confirm")->click();
-            QCOMPARE(storedFaxTime(), 45);
-        }
-        SettingDialog reopened;
-        QCOMPARE(TestSupport::find<QSpinBox>(&reopened, "spin_fax_time")->value(), 45);
-    }
-
-    void externalProgramsAreSettings()
-    {
-        {
-            SettingDialog dialog;
-            QVERIFY(TestSupport::find<QLineEdit>(&dialog, "edit_ocr_program")->text().isEmpty());
-            TestSupport::find<QLineEdit>(&dialog, "edit_ocr_program")->setText(QStringLiteral(" /opt/ocr/bin/ocr "));
-            TestSupport::find<QLineEdit>(&dialog, "edit_log_viewer")->setText(QStringLiteral("kate %1"));
-            TestSupport::find<QLineEdit>(&dialog, "edit_address_service")->setText(QStringLiteral("https://addr.example/q"));
-            TestSupport::find<QPushButton>(&dialog, "button_confirm")->click();
-        }
-        auto config = AppSettings::userConfig();
-        QCOMPARE(config->value(AppSettings::KEY_OCR_PROGRAM).toString(), QStringLiteral("/opt/ocr/bin/ocr"));
-        QCOMPARE(config->value(AppSettings::KEY_LOG_VIEWER).toString(), QStringLiteral("kate %1"));
-        QCOMPARE(config->value(AppSettings::KEY_ADDRESS_SERVICE_URL).toString(), QStringLiteral("https://addr.example/q"));
-        SettingDialog reopened;
-        QCOMPARE(TestSupport::find<QLineEdit>(&reopened, "edit_log_viewer")->text(), QStringLiteral("kate %1"));
-    }
-
-    void handWrittenValueOutsideTheRangeStaysUntilAccepted()
-    {
-        AppSettings::userConfig()->setValue("getFaxTime", 90);
-        {
-            SettingDialog dialog;
-            QCOMPARE(TestSupport::find<QSpinBox>(&dialog, "spin_fax_time")->value(), 60);
-            dialog.reject();
-        }
-        QCOMPARE(storedFaxTime(), 90);
-        SettingDialog dialog;
-        dialog.accept();
-        QCOMPARE(storedFaxTime(), 60);
-    }
-};
-
-class TestOCR : public QObject
+class TestShell : public QObject
 {
     Q_OBJECT
 
@@ -1438,6 +1303,9 @@ class TestOCR : public QObject
         config->setValue(AppSettings::KEY_OCR_PROGRAM, program);
         config->sync();
     }
+
+    static QRect area() { return QGuiApplication::primaryScreen()->availableGeometry(); }
+    static int storedFaxTime() { return AppSettings::userConfig()->value("getFaxTime", -1).toInt(); }
 
 private slots:
     void init()
@@ -1508,7 +1376,125 @@ private slots:
         OCRDialog failed(QStringLiteral("/tmp/x.tif"));
         QTRY_COMPARE(failed.text(), QStringLiteral("OCR识别失败"));
     }
+
+    // The new-fax notice.
+    // The notice sits inside the available area at its lower right corner, frameless, at its size.
+    void placeAndLook()
+    {
+        auto* tip = new DestopTip;
+        QString text = QStringLiteral("收到%1份传真").arg(3);
+        tip->showTip(text);
+        tip->show();
+        QCOMPARE(TestSupport::find<QLabel>(tip, QStringLiteral("label"))->text(), QStringLiteral("收到3份传真"));
+        QCOMPARE(tip->frameGeometry().bottomRight(), area().bottomRight());
+        QVERIFY(area().contains(tip->frameGeometry()));
+        delete tip;
+    }
+
+    // Two notices in short succession each stand about 5 s, go 1 s later and free themselves.
+    // (Qt's coarse timers may fire up to 5 % early.)
+    void twoNoticesCloseAndFreeThemselves()
+    {
+        QElapsedTimer clock;
+        clock.start();
+        QPointer<DestopTip> first = new DestopTip;
+        QString one = QStringLiteral("收到1份传真");
+        first->showTip(one);
+        first->show();
+        QTest::qWait(1500);
+        QPointer<DestopTip> second = new DestopTip;
+        QString two = QStringLiteral("收到2份传真");
+        second->showTip(two);
+        second->show();
+        QCOMPARE(second->pos(), first->pos());
+
+        QTest::qWait(4500 - int(clock.elapsed()));
+        QVERIFY(first && first->isVisible());
+        QVERIFY(second && second->isVisible());
+        QTRY_VERIFY_WITH_TIMEOUT(first.isNull(), 3000);
+        const qint64 firstGone = clock.elapsed();
+        QVERIFY2(firstGone >= 5700, qPrintable(QString::number(firstGone)));
+        QVERIFY(second); // its own timers, 1.5 s behind
+        QCOMPARE(second->text(), two);
+        QTRY_VERIFY_WITH_TIMEOUT(second.isNull(), 3000);
+        QVERIFY2(clock.elapsed() >= 7200, qPrintable(QString::number(clock.elapsed())));
+    }
+
+    // A slide starts at the bottom of the desktop and climbs to the same place before it stays.
+    void slideClimbsToItsPlace()
+    {
+        QPointer<DestopTip> tip = new DestopTip;
+        QString text = QStringLiteral("收到1份传真");
+        tip->slideTip(text);
+        tip->show();
+        QCOMPARE(tip->pos().y(), area().y() + area().height());
+        QTRY_COMPARE_WITH_TIMEOUT(tip->frameGeometry().bottomRight(), area().bottomRight(), 3000);
+        QTest::qWait(200);
+        QCOMPARE(tip->frameGeometry().bottomRight(), area().bottomRight()); // it stops there
+        QVERIFY(tip->isVisible());
+        tip->close();
+        QTRY_VERIFY(tip.isNull());
+    }
+
+    // The options dialog.
+    void settingOpensWithStoredValueAndWritesOnAccept()
+    {
+        {
+            SettingDialog dialog;
+            auto* spin = TestSupport::find<QSpinBox>(&dialog, "spin_fax_time");
+            QCOMPARE(spin->value(), 30);
+            spin->setValue(4);
+            QCOMPARE(spin->value(), 5);
+            spin->setValue(61);
+            QCOMPARE(spin->value(), 60);
+            spin->setValue(45);
+            // Cancel writes nothing.
+            TestSupport::find<QPushButton>(&dialog, "button_cancel")->click();
+            QCOMPARE(storedFaxTime(), -1);
+        }
+        {
+            SettingDialog dialog;
+            auto* spin = TestSupport::find<QSpinBox>(&dialog, "spin_fax_time");
+            spin->setValue(45);
+            TestSupport::find<QPushButton>(&dialog, "button_confirm")->click();
+            QCOMPARE(storedFaxTime(), 45);
+        }
+        SettingDialog reopened;
+        QCOMPARE(TestSupport::find<QSpinBox>(&reopened, "spin_fax_time")->value(), 45);
+    }
+
+    void externalProgramsAreSettings()
+    {
+        {
+            SettingDialog dialog;
+            QVERIFY(TestSupport::find<QLineEdit>(&dialog, "edit_ocr_program")->text().isEmpty());
+            TestSupport::find<QLineEdit>(&dialog, "edit_ocr_program")->setText(QStringLiteral(" /opt/ocr/bin/ocr "));
+            TestSupport::find<QLineEdit>(&dialog, "edit_log_viewer")->setText(QStringLiteral("kate %1"));
+            TestSupport::find<QLineEdit>(&dialog, "edit_address_service")->setText(QStringLiteral("https://addr.example/q"));
+            TestSupport::find<QPushButton>(&dialog, "button_confirm")->click();
+        }
+        auto config = AppSettings::userConfig();
+        QCOMPARE(config->value(AppSettings::KEY_OCR_PROGRAM).toString(), QStringLiteral("/opt/ocr/bin/ocr"));
+        QCOMPARE(config->value(AppSettings::KEY_LOG_VIEWER).toString(), QStringLiteral("kate %1"));
+        QCOMPARE(config->value(AppSettings::KEY_ADDRESS_SERVICE_URL).toString(), QStringLiteral("https://addr.example/q"));
+        SettingDialog reopened;
+        QCOMPARE(TestSupport::find<QLineEdit>(&reopened, "edit_log_viewer")->text(), QStringLiteral("kate %1"));
+    }
+
+    void handWrittenValueOutsideTheRangeStaysUntilAccepted()
+    {
+        AppSettings::userConfig()->setValue("getFaxTime", 90);
+        {
+            SettingDialog dialog;
+            QCOMPARE(TestSupport::find<QSpinBox>(&dialog, "spin_fax_time")->value(), 60);
+            dialog.reject();
+        }
+        QCOMPARE(storedFaxTime(), 90);
+        SettingDialog dialog;
+        dialog.accept();
+        QCOMPARE(storedFaxTime(), 60);
+    }
 };
 
-VELKOR_TESTS_MAIN(TestMainWindow, TestReceiveBoxWidget, TestSendBoxWidget, TestDeleteBoxWidget, TestMyImageViewer, TestDestopTip, TestShellDialogs, TestOCR)
+VELKOR_TESTS_MAIN(TestMainWindow, TestReceiveBoxWidget, TestSendBoxWidget, TestDeleteBoxWidget, TestMyImageViewer, TestShell)
 #include "TestFolders.moc"
