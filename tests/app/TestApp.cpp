@@ -462,19 +462,14 @@ class TestSingleInstance : public QObject
 {
     Q_OBJECT
 
-    QTemporaryDir m_home;
+    QString m_home;
     QList<QProcess*> m_started;
 
-    QProcessEnvironment environment() const
+    // The test's own home (see initTestCase), with the program's log lines on.
+    static QProcessEnvironment environment()
     {
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert("HOME", m_home.path());
-        env.insert("XDG_CONFIG_HOME", m_home.path() + "/.config");
-        env.insert("XDG_DATA_HOME", m_home.path() + "/.local/share");
-        env.insert("XDG_RUNTIME_DIR", m_home.path() + "/.runtime");
-        env.insert("QT_QPA_PLATFORM", "offscreen");
         env.insert("QT_LOGGING_RULES", "default.info=true");
-        env.remove("XDG_DOCUMENTS_DIR");
         return env;
     }
 
@@ -495,7 +490,7 @@ class TestSingleInstance : public QObject
         return QTest::qWaitFor(
             [&]() {
                 const QStringList sockets =
-                    QDir(m_home.path() + "/.runtime").entryList({"velkor-*"}, QDir::System | QDir::Files);
+                    QDir(m_home + "/.runtime").entryList({"velkor-*"}, QDir::System | QDir::Files);
                 for (const QString& name : sockets)
                     if (!name.endsWith(".lock"))
                         return process->state() == QProcess::Running;
@@ -515,11 +510,7 @@ class TestSingleInstance : public QObject
 private slots:
     void initTestCase()
     {
-        QVERIFY(m_home.isValid());
-        QDir().mkpath(m_home.path() + "/Documents");
-        QDir().mkpath(m_home.path() + "/.runtime");
-        QFile::setPermissions(m_home.path() + "/.runtime",
-                              QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+        m_home = TestSupport::freshHome();
     }
 
     void cleanupTestCase()
