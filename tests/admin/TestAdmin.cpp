@@ -98,6 +98,20 @@ inline Device deviceOf(const Scenario& s, const QString& account = QStringLitera
     return d;
 }
 
+// A record of the device's sending history by "admin", an hour old unless still waiting (5).
+inline SimSentRecord sentRecord(quint32 task, int status, const QString& number, const QString& receiver = QString())
+{
+    SimSentRecord r;
+    r.task = task;
+    r.status = status;
+    r.number = number;
+    r.receiver = receiver;
+    r.sender = QStringLiteral("admin");
+    if (status != 5)
+        r.timeUtc = QDateTime::currentDateTimeUtc().addSecs(-3600);
+    return r;
+}
+
 // The last request with this verb, as the device received it.
 inline QString lastRequest(DeviceSimRunner& sim, const QString& verb)
 {
@@ -212,18 +226,7 @@ private slots:
         c.users << SimUser::withPassword(QStringLiteral("clerk"), QStringLiteral("pw"), 12, QStringLiteral("801"));
         for (int i = 0; i < 40; ++i) // a list long enough to come in pieces
             c.users << SimUser::withPassword(QStringLiteral("user%1").arg(i), QStringLiteral("pw"), 12);
-        SimSentRecord waiting;
-        waiting.task = 501;
-        waiting.status = 5;
-        waiting.number = QStringLiteral("01066668888");
-        waiting.sender = QStringLiteral("admin");
-        SimSentRecord sent;
-        sent.task = 502;
-        sent.status = 2;
-        sent.number = QStringLiteral("02177776666");
-        sent.sender = QStringLiteral("admin");
-        sent.timeUtc = QDateTime::currentDateTimeUtc().addSecs(-3600);
-        c.history << waiting << sent;
+        c.history << sentRecord(501, 5, QStringLiteral("01066668888")) << sentRecord(502, 2, QStringLiteral("02177776666"));
         m_cmdSim = start(c);
         m_cmdDevice = deviceOf(c);
     }
@@ -1101,7 +1104,7 @@ FaxDetailWidget* loadedTab(QTabWidget* tabs, int index)
 
 } // namespace
 
-// The network, mail, time and user panels against the device stand-in.
+// The network, mail, time, user and line setting panels against the device stand-in.
 class TestSettingPanels : public QObject
 {
     Q_OBJECT
@@ -1569,26 +1572,11 @@ private slots:
         s.jobs.advanceOnQuery = true; // the queue holds still
         s.users << SimUser::withPassword(QStringLiteral("clerk"), QStringLiteral("pw"), 12)
                 << SimUser::withPassword(QStringLiteral("li"), QStringLiteral("pw"), 12);
-        SimSentRecord waiting;
-        waiting.task = 601;
-        waiting.status = 5;
+        SimSentRecord waiting = sentRecord(601, 5, QStringLiteral("01066668888"), QStringLiteral("Wang"));
         waiting.priority = 3;
-        waiting.number = QStringLiteral("01066668888");
-        waiting.receiver = QStringLiteral("Wang");
-        waiting.sender = QStringLiteral("admin");
         waiting.remark = QStringLiteral("urgent");
-        SimSentRecord sent;
-        sent.task = 602;
-        sent.status = 2;
-        sent.number = QStringLiteral("02177776666");
-        sent.receiver = QStringLiteral("Zhao");
-        sent.sender = QStringLiteral("admin");
-        sent.timeUtc = QDateTime::currentDateTimeUtc().addSecs(-3600);
-        SimSentRecord failed = sent;
-        failed.task = 603;
-        failed.status = 1;
-        failed.number = QStringLiteral("02955553333");
-        s.history << waiting << sent << failed;
+        s.history << waiting << sentRecord(602, 2, QStringLiteral("02177776666"), QStringLiteral("Zhao"))
+                  << sentRecord(603, 1, QStringLiteral("02955553333"), QStringLiteral("Zhao"));
         SimReceivedFax in;
         in.task = 620;
         in.cid = QStringLiteral("075512345678");
