@@ -47,6 +47,12 @@ public:
     void updateFaxRemark(Fax& fax);
     void updateFaxReaded(Fax& fax);
     void updateUploadFaxFailed(Fax& fax);
+    // The status column alone.
+    void updateFaxStatus(Fax& fax);
+    // At the start of a session: the user's sent faxes without a task number that were left
+    // queued (5) become "等待上传" (3), those left uploading (4) "上传结果未知". Call it while no
+    // upload of the user runs. The number of rows changed.
+    int recoverStrandedUploads();
     void updateSendFax(Fax& fax);
     bool deleteFax(Fax& fax);
     bool deleteFaxList(QList<Fax>& faxes);

@@ -22,6 +22,7 @@
 #include "SignatureLibDialog.h"
 #include "TiffUtil.h"
 
+#include <QCloseEvent>
 #include <QCoreApplication>
 #include <QEvent>
 #include <QFileInfo>
@@ -51,6 +52,10 @@ MainWindow::MainWindow(QWidget* parent)
 {
     ui->setupUi(this);
     setAttribute(Qt::WA_DeleteOnClose);
+    // A session starts here, before any upload of the user: faxes an ended session left
+    // queued or uploading are put where "开始上传" can take them.
+    if (DatabaseManager().recoverStrandedUploads() > 0)
+        m_sendBox->reacquire();
 
     // Page 0 the inbox, 1 the outbox, 2 the deleted items: the order of the tree's items.
     ui->stackedWidget->addWidget(m_receiveBox);
@@ -219,8 +224,7 @@ void MainWindow::choose_file_send()
         return;
     Fax fax;
     fax.editorMode = FaxDetailWindow::MODE_REPLY; // a new fax is composed like a reply
-    auto* window = new FaxDetailWindow(fax);
-    connect(window, &FaxDetailWindow::intent_to_sendbox, this, &MainWindow::switch_sendbox);
+    auto* window = newEditor(fax);
     window->open_picture_file(files);
     window->show();
 }
@@ -228,9 +232,51 @@ void MainWindow::choose_file_send()
 void MainWindow::openEditor(Fax fax, int mode)
 {
     fax.editorMode = mode;
+    newEditor(fax)->show();
+}
+
+FaxDetailWindow* MainWindow::newEditor(const Fax& fax)
+{
+    // Editors are top-level windows of their own, but they belong to this session: it ends
+    // them (see mayEndSession), so no job is sent from a window without an outbox.
     auto* window = new FaxDetailWindow(fax);
     connect(window, &FaxDetailWindow::intent_to_sendbox, this, &MainWindow::switch_sendbox);
-    window->show();
+    m_editors.removeAll(nullptr);
+    m_editors << window;
+    return window;
+}
+
+bool MainWindow::mayEndSession()
+{
+    if (m_ending)
+        return true;
+    for (const QPointer<FaxDetailWindow>& editor : qAsConst(m_editors))
+        if (editor && !editor->confirmDiscard())
+            return false;
+    const int uploads = m_sendBox->uploadsUnderWay();
+    if (uploads > 0
+        && MessageBoxUtil::question(this, tr("Velkor 消息"),
+                                    tr("还有%1份传真没有上传完。现在结束，它们将停在“等待上传”，"
+                                       "下次登录后可用“开始上传”发送。\n确定结束吗？")
+                                        .arg(uploads))
+            != QMessageBox::Yes)
+        return false;
+    m_ending = true;
+    // Deleting an editor waits for a job it is still assembling, so its rows are stored
+    // before the next session starts and finds them.
+    for (const QPointer<FaxDetailWindow>& editor : qAsConst(m_editors))
+        delete editor.data();
+    m_editors.clear();
+    return true;
+}
+
+void MainWindow::closeEvent(QCloseEvent* event)
+{
+    if (!mayEndSession()) {
+        event->ignore();
+        return;
+    }
+    QMainWindow::closeEvent(event);
 }
 
 void MainWindow::reply(Fax& fax)
@@ -252,7 +298,7 @@ void MainWindow::showReportWindow(QImage& image)
 {
     Fax fax;
     fax.editorMode = FaxDetailWindow::MODE_REPORT;
-    auto* window = new FaxDetailWindow(fax);
+    auto* window = newEditor(fax);
     window->showReportImage(image);
     window->show();
 }
@@ -462,11 +508,14 @@ void MainWindow::showAboutVelkorDialog()
 
 void MainWindow::quitApp()
 {
-    QCoreApplication::quit();
+    if (mayEndSession())
+        QCoreApplication::quit();
 }
 
 void MainWindow::switchUser()
 {
+    if (!mayEndSession())
+        return;
     stopDiscovery();
     // The login window shows before this one goes, so the program never stands without one.
     SessionWindows::showLoginWindow();

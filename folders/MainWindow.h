@@ -10,6 +10,7 @@
 #include <QPointer>
 
 class DeleteBoxWidget;
+class FaxDetailWindow;
 
 class MyUDPTask;
 class QLabel;
@@ -82,8 +83,13 @@ public slots:
 
     void on_treeWidget_itemClicked(QTreeWidgetItem* item, int column);
 
+    // Ends the session's editors and lets the session go, after asking about unsent work in
+    // an editor and uploads still under way; false when the user keeps the session.
+    bool mayEndSession();
+
 protected:
     void changeEvent(QEvent* event) override;
+    void closeEvent(QCloseEvent* event) override;
 
 private:
     void connectActions();
@@ -92,6 +98,7 @@ private:
     // The fax of the folder shown, an empty Fax when no row is current.
     Fax selectedFax() const;
     void openEditor(Fax fax, int mode);
+    FaxDetailWindow* newEditor(const Fax& fax);
     void printMethod(Fax& fax);
     void savePdf(Fax& fax);
     void showPage(int index);
@@ -106,4 +113,6 @@ private:
     QLabel* m_thirdLabel;
     MyUDPTask* m_udpTask = nullptr;
     QPointer<DestopTip> m_tip;
+    QList<QPointer<FaxDetailWindow>> m_editors;
+    bool m_ending = false;
 };

@@ -876,6 +876,20 @@
         <source>发送传真</source>
         <translation>发送传真</translation>
     </message>
+    <message>
+        <source>这份传真还没有发送，关闭后其页面和收件人将丢失。
+确定关闭吗？</source>
+        <translation>这份传真还没有发送，关闭后其页面和收件人将丢失。
+确定关闭吗？</translation>
+    </message>
+    <message>
+        <source>传真文件无法写入：
+%1
+发往以下收件人的传真没有生成：%2</source>
+        <translation>传真文件无法写入：
+%1
+发往以下收件人的传真没有生成：%2</translation>
+    </message>
 </context>
 <context>
     <name>FaxDistributeDialog</name>
@@ -1333,6 +1347,10 @@
         <source>已完成%1页%2%(共%3页)</source>
         <translation>已完成%1页%2%(共%3页)</translation>
     </message>
+    <message>
+        <source>上传结果未知</source>
+        <translation>上传结果未知</translation>
+    </message>
 </context>
 <context>
     <name>FirmwareUpgradeWidget</name>
@@ -1621,6 +1639,12 @@
 网络传真服务器的桌面客户端。</source>
         <translation>Velkor自动传真系统 %1
 网络传真服务器的桌面客户端。</translation>
+    </message>
+    <message>
+        <source>还有%1份传真没有上传完。现在结束，它们将停在“等待上传”，下次登录后可用“开始上传”发送。
+确定结束吗？</source>
+        <translation>还有%1份传真没有上传完。现在结束，它们将停在“等待上传”，下次登录后可用“开始上传”发送。
+确定结束吗？</translation>
     </message>
 </context>
 <context>
@@ -2064,6 +2088,16 @@
     <message>
         <source>成功</source>
         <translation>成功</translation>
+    </message>
+    <message>
+        <source>无法查看设备的传真队列（此账号可能没有权限），不能确认发往 %1 的传真是否已在设备上。再次上传可能使对方收到两份。
+仍要再次上传吗？</source>
+        <translation>无法查看设备的传真队列（此账号可能没有权限），不能确认发往 %1 的传真是否已在设备上。再次上传可能使对方收到两份。
+仍要再次上传吗？</translation>
+    </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor 消息</translation>
     </message>
 </context>
 <context>
