@@ -156,8 +156,10 @@ private slots:
     void cleanup()
     {
         DeviceProtocol::setTestTimeoutDivisor(1);
+        QList<QPointer<FaxDetailWindow>> editors;
         for (QWidget* top : QApplication::topLevelWidgets())
-            delete qobject_cast<FaxDetailWindow*>(top);
+            editors << qobject_cast<FaxDetailWindow*>(top);
+        qDeleteAll(editors);
     }
 
     // A program killed in the middle of a batch: the next session finds what it left in
@@ -257,7 +259,7 @@ private slots:
 
         SendBoxWidget box;
         box.insertFaxToList({fax});
-        QTRY_COMPARE_WITH_TIMEOUT(storedColumn(fax.id, "status").toInt(), int(FaxStatus::SEND_FAX_UPLOAD_UNKNOWN), 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(box.faxes().first().status, int(FaxStatus::SEND_FAX_UPLOAD_UNKNOWN), 10000);
         QTRY_COMPARE(sim->device()->uploads().size(), 1);
         const quint32 firstTask = sim->device()->uploads().first().task;
         QVERIFY(firstTask != 0);
@@ -273,7 +275,7 @@ private slots:
         if (status == FaxStatus::SEND_FAX_UPLOAD_UNKNOWN)
             QTRY_VERIFY(asked());
         else
-            QTRY_VERIFY_WITH_TIMEOUT(storedColumn(fax.id, "taskID").toInt() != 0, 10000);
+            QTRY_VERIFY_WITH_TIMEOUT(box.faxes().first().taskID != 0, 10000);
         QCOMPARE(asked(), unlisted);
         QCOMPARE(sim->device()->uploads().size(), uploads);
         QCOMPARE(storedColumn(fax.id, "taskID").toUInt() == firstTask, adopted);
