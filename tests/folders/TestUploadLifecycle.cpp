@@ -421,6 +421,23 @@ private slots:
         delete w;
     }
 
+    // Quitting while an upload is under way asks; "no" keeps the session.
+    void quittingWithAnUploadUnderWayAsks()
+    {
+        DeviceProtocol::setTestTimeoutDivisor(20);
+        Scenario s = nextScenario();
+        auto sim = startSim(s);
+        sim->device()->addFault(SimFault::make(QStringLiteral("SENDFAX"), SimFault::Silent));
+        const Device device = storedDevice(s);
+        const Fax fax = storedFax(device, writeFile(TestSupport::documentsPath() + "q.tif", tinyTiff(300)), "5550104");
+        MainWindow w;
+        w.sendBox()->insertFaxToList({fax});
+        w.quitApp();
+        QVERIFY(asked());
+        QTRY_COMPARE(w.sendBox()->faxes().first().status, int(FaxStatus::SEND_FAX_UNSEND));
+        QCOMPARE(w.sendBox()->uploadsUnderWay(), 0);
+    }
+
     // A job whose file cannot be written stores nothing, and the editor says so at once and
     // keeps the recipients.
     void unwritableFolderStoresNoRow()
