@@ -23,6 +23,7 @@ public:
         RECV_FAX_REPLYED = 13,
         RECV_FAX_FORWARDED = 14,
         RECV_FAX_PRINTED = 15,
+        RECV_FAX_FAILED = 16, // a received fax whose file could not be fetched yet
     };
     Q_ENUM(FaxStatusEnum)
 
