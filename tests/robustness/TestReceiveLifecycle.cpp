@@ -5,7 +5,6 @@
 #include "TestSupport.h"
 #include "TimeUtil.h"
 
-#include <QSignalSpy>
 #include <QSqlQuery>
 #include <ctime>
 
@@ -148,31 +147,6 @@ private slots:
         QCOMPARE(storedByTask().keys(), (QList<int>{1001, 1002, 1003}));
         QCOMPARE(mark(), 1003);
         QCOMPARE(downloads(*sim), before);
-    }
-
-    // A folder that cannot be made costs no transfer, keeps the faxes on the device and says so.
-    void anUnwritableFolderKeepsTheFaxesOnTheDevice()
-    {
-        const Scenario s = threeFaxes(QStringLiteral("127.0.3.3"), 1);
-        auto sim = startSim(s);
-        storedDevice(s, QStringLiteral("1000"));
-        const QString blocker = QFileInfo(ReceiveFaxThread::faxFolder(s.serverId)).path();
-        QVERIFY(QDir().mkpath(QFileInfo(blocker).path()));
-        QFile file(blocker); // a file where the folder should be: not even root writes below it
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.close();
-        QSignalSpy failed(&m_worker, &ReceiveFaxThread::storageFailed);
-
-        poll();
-        QCOMPARE(failed.count(), 1);
-        QCOMPARE(downloads(*sim), 0);
-        QVERIFY(storedByTask().isEmpty());
-        QCOMPARE(mark(), 1000);
-
-        QVERIFY(file.remove());
-        poll();
-        QCOMPARE(storedByTask().size(), 3);
-        QCOMPARE(failed.count(), 1);
     }
 
     // The device's time is UTC, also where the local clock skips or repeats an hour.
