@@ -672,8 +672,8 @@ QList<Fax> DatabaseManager::queryReceiveFaxes()
         "SELECT f.id ,  f.status ,  f.taskID , f.pageTotal ,  f.sender  , f.receiver , f.time , f.serverID , f.cid , "
         "f.file ,  f.filepath , f.tag ,  f.remark ,c.represented FROM FAXES as f LEFT JOIN Devices as d ON "
         "f.device_id = d.id LEFT JOIN CONTACTS as c ON f.cId != '' AND (f.cId = c.businessFax OR f.cId = "
-        "c.houseFax OR f.cId = c.otherFax) LEFT JOIN USERS u ON d.user_id = u.id WHERE u.id = ? AND tag = 0 AND isDelete = 0 ORDER BY time "
-        "desc"),
+        "c.houseFax OR f.cId = c.otherFax) LEFT JOIN USERS u ON d.user_id = u.id WHERE u.id = ? AND tag = 0 AND "
+        "isDelete = 0 ORDER BY time desc"),
         Represented::ReplacesSender);
 }
 

@@ -12,9 +12,9 @@
 #include "OCRUtil.h"
 
 #include <QCursor>
-#include <algorithm>
 #include <QEvent>
 #include <QMenu>
+#include <algorithm>
 
 namespace {
 const QString HEADER_KEY = QStringLiteral("receive_column_sort");

@@ -301,6 +301,9 @@ QList<Fax> ReceiveFaxThread::retrieve(Device& device, int port, bool* reached)
         LogUtil::w(QStringLiteral("received faxes of %1 could not be stored; asked for again at the next poll")
                        .arg(device.productID));
         emit storageFailed(FileUtil::getDocumentPath());
+        for (const Fax& fax : fetched)
+            if (fax.status == FaxStatus::RECV_FAX_FAILED)
+                --m_failedPolls[qMakePair(device.id, qint64(fax.taskID))]; // shown after the next poll
         return QList<Fax>();
     }
     device.taskID = QString::number(mark);
