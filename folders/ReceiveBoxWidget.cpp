@@ -173,7 +173,8 @@ void ReceiveBoxWidget::on_tableWidget_clicked(const QModelIndex& index)
 
 void ReceiveBoxWidget::on_tableWidget_doubleClicked(const QModelIndex& index)
 {
-    if (std::optional<Fax> fax = m_rows->faxAt(index.row()))
+    std::optional<Fax> fax = m_rows->faxAt(index.row());
+    if (fax && fax->status != FaxStatus::RECV_FAX_FAILED) // no file to open yet
         emit showFaxDetailWindow(*fax);
 }
 
