@@ -599,13 +599,27 @@ int DatabaseManager::insertFax(Fax& fax, int deviceId)
     return query.lastInsertId().toInt();
 }
 
-bool DatabaseManager::insertFaxes(const QList<Fax>& faxes, int deviceId)
+// Idempotent: a fax already stored for the device and task stays as it is, except a row that
+// stands for a fax not yet fetched, which becomes the fax. The rows and the mark go in one
+// transaction: a row that fails leaves the store and the mark as they were.
+bool DatabaseManager::insertFaxes(const QList<Fax>& faxes, int deviceId, const QString& mark)
 {
     const QString sql = QStringLiteral(
         "INSERT INTO FAXES(time , cid , file , taskID , sender ,  receiver , serverID , pageTotal , filepath , tag , "
         "remark , status, isDelete,  device_id) VALUES(:time , :cid , :file , :taskID , :sender ,  :receiver , "
-        ":serverID, :pageTotal , :filepath , :tag, :remark , :status , :isDelete, :device_id)");
-    return runEach(sql, faxes, [deviceId](QSqlQuery& query, const Fax& fax) {
+        ":serverID, :pageTotal , :filepath , :tag, :remark , :status , :isDelete, :device_id) "
+        "ON CONFLICT (device_id, taskID) WHERE tag = 0 AND taskID > 0 DO UPDATE SET time = excluded.time, "
+        "cid = excluded.cid, file = excluded.file, sender = excluded.sender, receiver = excluded.receiver, "
+        "serverID = excluded.serverID, pageTotal = excluded.pageTotal, filepath = excluded.filepath, "
+        "remark = excluded.remark, status = excluded.status WHERE FAXES.status = :failed AND excluded.status != "
+        ":failed");
+    QSqlDatabase db = ConnectionPool::openConnection();
+    if (!db.transaction())
+        return false;
+    QSqlQuery query(db);
+    bool ok = query.prepare(sql);
+    for (int i = 0; ok && i < faxes.size(); ++i) {
+        const Fax& fax = faxes.at(i);
         query.bindValue(QStringLiteral(":time"), text(fax.time));
         query.bindValue(QStringLiteral(":cid"), text(fax.cid));
         query.bindValue(QStringLiteral(":file"), text(fax.file));
@@ -620,7 +634,21 @@ bool DatabaseManager::insertFaxes(const QList<Fax>& faxes, int deviceId)
         query.bindValue(QStringLiteral(":status"), fax.status);
         query.bindValue(QStringLiteral(":isDelete"), fax.isDelete);
         query.bindValue(QStringLiteral(":device_id"), deviceId);
-    });
+        query.bindValue(QStringLiteral(":failed"), int(FaxStatus::RECV_FAX_FAILED));
+        ok = query.exec();
+    }
+    if (!ok)
+        logFailure(query);
+    query.finish();
+    if (ok && !mark.isNull()) {
+        QSqlQuery update(db);
+        ok = run(update, QStringLiteral("UPDATE DEVICES SET TaskID = ? WHERE id = ? AND user_id = ?"),
+                 {mark, deviceId, gUser.id});
+    }
+    if (ok && db.commit())
+        return true;
+    db.rollback();
+    return false;
 }
 
 void DatabaseManager::updateFaxTaskID(Fax& fax)
@@ -715,9 +743,9 @@ QList<Fax> DatabaseManager::queryReceiveFaxes()
     return queryFaxes(QStringLiteral(
         "SELECT f.id ,  f.status ,  f.taskID , f.pageTotal ,  f.sender  , f.receiver , f.time , f.serverID , f.cid , "
         "f.file ,  f.filepath , f.tag ,  f.remark ,c.represented FROM FAXES as f LEFT JOIN Devices as d ON "
-        "f.device_id = d.id LEFT JOIN CONTACTS as c ON f.cId = c.businessFax OR f.cId = c.houseFax OR f.cId = "
-        "c.otherFax LEFT JOIN USERS u ON d.user_id = u.id WHERE u.id = ? AND tag = 0 AND isDelete = 0 ORDER BY time "
-        "desc"),
+        "f.device_id = d.id LEFT JOIN CONTACTS as c ON f.cId != '' AND (f.cId = c.businessFax OR f.cId = "
+        "c.houseFax OR f.cId = c.otherFax) LEFT JOIN USERS u ON d.user_id = u.id WHERE u.id = ? AND tag = 0 AND "
+        "isDelete = 0 ORDER BY time desc"),
         Represented::ReplacesSender);
 }
 

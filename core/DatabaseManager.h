@@ -42,7 +42,8 @@ public:
 
     // Faxes
     int insertFax(Fax& fax, int deviceId);
-    bool insertFaxes(const QList<Fax>& faxes, int deviceId);
+    // Received faxes, and with a non-null mark the device's mark, all or nothing.
+    bool insertFaxes(const QList<Fax>& faxes, int deviceId, const QString& mark = QString());
     void updateFaxTaskID(Fax& fax);
     void updateFaxRemark(Fax& fax);
     void updateFaxReaded(Fax& fax);

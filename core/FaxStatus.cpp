@@ -19,6 +19,7 @@ QString FaxStatus::statusText(int status)
     case RECV_FAX_REPLYED: return QCoreApplication::translate("FaxStatus", "已回复");
     case RECV_FAX_FORWARDED: return QCoreApplication::translate("FaxStatus", "已转发");
     case RECV_FAX_PRINTED: return QCoreApplication::translate("FaxStatus", "已打印");
+    case RECV_FAX_FAILED: return QCoreApplication::translate("FaxStatus", "接收失败");
     default: return QString();
     }
 }

@@ -1348,6 +1348,10 @@ No fax was made for these recipients: %2</translation>
         <translation>Page %1 done, %2% (of %3 pages)</translation>
     </message>
     <message>
+        <source>接收失败</source>
+        <translation>Receive failed</translation>
+    </message>
+    <message>
         <source>上传结果未知</source>
         <translation>Upload result unknown</translation>
     </message>
@@ -1869,6 +1873,20 @@ End anyway?</translation>
     <message>
         <source>标记为未读</source>
         <translation>Mark as Unread</translation>
+    </message>
+    <message>
+        <source>重试</source>
+        <translation>Retry</translation>
+    </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor Message</translation>
+    </message>
+    <message>
+        <source>接收的传真无法保存到 %1：请检查磁盘空间和文件夹的写入权限。
+传真仍保留在设备上，问题解决后会自动接收。</source>
+        <translation>Received faxes cannot be saved to %1: check the free disk space and the folder's write permission.
+The faxes stay on the device and are received once this is fixed.</translation>
     </message>
 </context>
 <context>

@@ -1348,6 +1348,10 @@
         <translation>已完成%1页%2%(共%3页)</translation>
     </message>
     <message>
+        <source>接收失败</source>
+        <translation>接收失败</translation>
+    </message>
+    <message>
         <source>上传结果未知</source>
         <translation>上传结果未知</translation>
     </message>
@@ -1869,6 +1873,20 @@
     <message>
         <source>标记为未读</source>
         <translation>标记为未读</translation>
+    </message>
+    <message>
+        <source>重试</source>
+        <translation>重试</translation>
+    </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor 消息</translation>
+    </message>
+    <message>
+        <source>接收的传真无法保存到 %1：请检查磁盘空间和文件夹的写入权限。
+传真仍保留在设备上，问题解决后会自动接收。</source>
+        <translation>接收的传真无法保存到 %1：请检查磁盘空间和文件夹的写入权限。
+传真仍保留在设备上，问题解决后会自动接收。</translation>
     </message>
 </context>
 <context>
