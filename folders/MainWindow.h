@@ -3,6 +3,7 @@
 #include "DestopTip.h"
 #include "Device.h"
 #include "Fax.h"
+#include "PrintJobSpool.h"
 
 #include <QImage>
 #include <QList>
@@ -10,6 +11,7 @@
 #include <QPointer>
 
 class DeleteBoxWidget;
+class FaxTray;
 
 class MyUDPTask;
 class QLabel;
@@ -40,6 +42,7 @@ public:
     DeleteBoxWidget* deleteBox() const { return m_deleteBox; }
     // The last new-fax notice, while it stands.
     DestopTip* lastTip() const { return m_tip; }
+    FaxTray* tray() const { return m_tray; }
 
     // Draws the pages of a fax file on a printer that is ready, one page at a time.
     static bool printPages(const QString& tiffPath, QPrinter* printer);
@@ -50,6 +53,10 @@ public:
     static QString pdfFileName(const QString& chosen);
 
 public slots:
+    // Opens an editor for each document printed to the "Velkor" queue that none has shown yet.
+    void openPrintJobs();
+    // Brings the window back (from the tray too) with the inbox shown.
+    void showInbox();
     void addDevice();
     void switchUser();
     void quitApp();
@@ -84,6 +91,7 @@ public slots:
 
 protected:
     void changeEvent(QEvent* event) override;
+    void closeEvent(QCloseEvent* event) override;
 
 private:
     void connectActions();
@@ -96,6 +104,8 @@ private:
     void savePdf(Fax& fax);
     void showPage(int index);
     void stopDiscovery();
+    void openPrintJob(PrintJob job);
+    void showPrintJobs();
 
     Ui::MainWindow* ui;
     ReceiveBoxWidget* m_receiveBox;
@@ -106,4 +116,5 @@ private:
     QLabel* m_thirdLabel;
     MyUDPTask* m_udpTask = nullptr;
     QPointer<DestopTip> m_tip;
+    FaxTray* m_tray;
 };

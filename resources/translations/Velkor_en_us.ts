@@ -1335,6 +1335,41 @@
     </message>
 </context>
 <context>
+    <name>FaxTray</name>
+    <message>
+        <source>Velkor：没有未读传真</source>
+        <translation>Velkor: no unread faxes</translation>
+    </message>
+    <message>
+        <source>Velkor：未读传真 %1 份</source>
+        <translation>Velkor: unread faxes: %1</translation>
+    </message>
+    <message>
+        <source>新建传真</source>
+        <translation>New Fax</translation>
+    </message>
+    <message>
+        <source>收件箱</source>
+        <translation>Inbox</translation>
+    </message>
+    <message>
+        <source>退出</source>
+        <translation>Exit</translation>
+    </message>
+    <message>
+        <source>页数：%1</source>
+        <translation>Pages: %1</translation>
+    </message>
+    <message>
+        <source>来自 %1，页数：%2</source>
+        <translation>From %1, pages: %2</translation>
+    </message>
+    <message>
+        <source>新传真</source>
+        <translation>New fax</translation>
+    </message>
+</context>
+<context>
     <name>FirmwareUpgradeWidget</name>
     <message>
         <source>正在与设备通信，请稍候...</source>
@@ -1622,6 +1657,10 @@ LAN address: %3  Internet address: %4</translation>
         <translation>Velkor Automatic Fax System %1
 The desktop client of a networked fax server.</translation>
     </message>
+    <message>
+        <source>打印到传真的文档</source>
+        <translation>Documents printed to fax</translation>
+    </message>
 </context>
 <context>
     <name>ManualAssignWidget</name>
@@ -1767,6 +1806,37 @@ The desktop client of a networked fax server.</translation>
     <message>
         <source>无法启动OCR识别程序：%1</source>
         <translation>Could not start the OCR program: %1</translation>
+    </message>
+</context>
+<context>
+    <name>PrintJobsDialog</name>
+    <message>
+        <source>打开</source>
+        <translation>Open</translation>
+    </message>
+    <message>
+        <source>删除</source>
+        <translation>Delete</translation>
+    </message>
+    <message>
+        <source>打印到传真的文档</source>
+        <translation>Documents printed to fax</translation>
+    </message>
+    <message>
+        <source>(无标题)</source>
+        <translation>(untitled)</translation>
+    </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor Message</translation>
+    </message>
+    <message>
+        <source>删除打印的文档“%1”？</source>
+        <translation>Delete the printed document "%1"?</translation>
+    </message>
+    <message>
+        <source>无法删除 %1</source>
+        <translation>Cannot delete %1</translation>
     </message>
 </context>
 <context>
@@ -2115,6 +2185,10 @@ The desktop client of a networked fax server.</translation>
     <message>
         <source>http(s)://... (空则不使用)</source>
         <translation>http(s)://... (empty: not used)</translation>
+    </message>
+    <message>
+        <source>关闭主窗口时最小化到托盘</source>
+        <translation>Minimize to the tray when the main window is closed</translation>
     </message>
 </context>
 <context>

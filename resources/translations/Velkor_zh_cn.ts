@@ -1335,6 +1335,41 @@
     </message>
 </context>
 <context>
+    <name>FaxTray</name>
+    <message>
+        <source>Velkor：没有未读传真</source>
+        <translation>Velkor：没有未读传真</translation>
+    </message>
+    <message>
+        <source>Velkor：未读传真 %1 份</source>
+        <translation>Velkor：未读传真 %1 份</translation>
+    </message>
+    <message>
+        <source>新建传真</source>
+        <translation>新建传真</translation>
+    </message>
+    <message>
+        <source>收件箱</source>
+        <translation>收件箱</translation>
+    </message>
+    <message>
+        <source>退出</source>
+        <translation>退出</translation>
+    </message>
+    <message>
+        <source>页数：%1</source>
+        <translation>页数：%1</translation>
+    </message>
+    <message>
+        <source>来自 %1，页数：%2</source>
+        <translation>来自 %1，页数：%2</translation>
+    </message>
+    <message>
+        <source>新传真</source>
+        <translation>新传真</translation>
+    </message>
+</context>
+<context>
     <name>FirmwareUpgradeWidget</name>
     <message>
         <source>正在与设备通信，请稍候...</source>
@@ -1622,6 +1657,10 @@
         <translation>Velkor自动传真系统 %1
 网络传真服务器的桌面客户端。</translation>
     </message>
+    <message>
+        <source>打印到传真的文档</source>
+        <translation>打印到传真的文档</translation>
+    </message>
 </context>
 <context>
     <name>ManualAssignWidget</name>
@@ -1767,6 +1806,37 @@
     <message>
         <source>无法启动OCR识别程序：%1</source>
         <translation>无法启动OCR识别程序：%1</translation>
+    </message>
+</context>
+<context>
+    <name>PrintJobsDialog</name>
+    <message>
+        <source>打开</source>
+        <translation>打开</translation>
+    </message>
+    <message>
+        <source>删除</source>
+        <translation>删除</translation>
+    </message>
+    <message>
+        <source>打印到传真的文档</source>
+        <translation>打印到传真的文档</translation>
+    </message>
+    <message>
+        <source>(无标题)</source>
+        <translation>(无标题)</translation>
+    </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor 消息</translation>
+    </message>
+    <message>
+        <source>删除打印的文档“%1”？</source>
+        <translation>删除打印的文档“%1”？</translation>
+    </message>
+    <message>
+        <source>无法删除 %1</source>
+        <translation>无法删除 %1</translation>
     </message>
 </context>
 <context>
@@ -2115,6 +2185,10 @@
     <message>
         <source>http(s)://... (空则不使用)</source>
         <translation>http(s)://... (空则不使用)</translation>
+    </message>
+    <message>
+        <source>关闭主窗口时最小化到托盘</source>
+        <translation>关闭主窗口时最小化到托盘</translation>
     </message>
 </context>
 <context>
