@@ -15,12 +15,15 @@
 #include <QDataStream>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QLocalSocket>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QTextStream>
 
+#include <cerrno>
 #include <cstdio>
+#include <poll.h>
 #include <grp.h>
 #include <pwd.h>
 #include <unistd.h>
@@ -109,13 +112,36 @@ QString option(const QString& options, const QString& name)
     return QString();
 }
 
+// Everything up to the end of standard input. The print system hands the filter's pipe over
+// as it is, so a read may find nothing yet (EAGAIN) or be interrupted: only the end stops.
+QByteArray readStandardInput()
+{
+    QByteArray data;
+    char buffer[65536];
+    for (;;) {
+        const ssize_t n = read(STDIN_FILENO, buffer, sizeof buffer);
+        if (n > 0)
+            data.append(buffer, int(n));
+        else if (n == 0)
+            return data;
+        else if (errno == EAGAIN || errno == EWOULDBLOCK) {
+            pollfd in{STDIN_FILENO, POLLIN, 0};
+            poll(&in, 1, 1000);
+        } else if (errno != EINTR)
+            return data;
+    }
+}
+
 // PDF as it comes; PostScript through Ghostscript; anything else is refused.
 QByteArray toPdf(const QByteArray& document, QString* error)
 {
     if (document.startsWith("%PDF"))
         return document;
     if (!document.startsWith("%!")) {
-        *error = QStringLiteral("the document is neither PDF nor PostScript");
+        *error = document.isEmpty() ? QStringLiteral("the document is empty")
+                                    : QStringLiteral("the document (%1 bytes, beginning \"%2\") is neither PDF nor PostScript")
+                                          .arg(document.size())
+                                          .arg(QString::fromLatin1(document.left(8).toPercentEncoding()));
         return QByteArray();
     }
     QProcess gs;
@@ -143,6 +169,19 @@ void giveTo(const QString& path, const Account& owner)
     if (geteuid() == 0 && (owner.uid != 0 || owner.gid != 0))
         if (chown(QFile::encodeName(path).constData(), owner.uid, owner.gid) != 0)
             say(QStringLiteral("WARNING"), QStringLiteral("cannot give %1 to its user").arg(path));
+}
+
+// Makes the folders from the user's home down to folder, each new one the user's own (the
+// backend runs as root, and a folder of root's in a home would lock its user out).
+void makeFolders(const QString& home, const QString& folder, const Account& owner)
+{
+    const bool inHome = folder.startsWith(home + QLatin1Char('/'));
+    QString path = inHome ? home : QString();
+    for (const QString& part : folder.mid(path.size()).split(QLatin1Char('/'), Qt::SkipEmptyParts)) {
+        path += QLatin1Char('/') + part;
+        if (!QFileInfo::exists(path) && QDir().mkdir(path))
+            giveTo(path, owner);
+    }
 }
 
 // Tells every running client of the user (each copy of the program listens on a socket of its
@@ -192,9 +231,7 @@ int printJob(const QStringList& args)
         }
         document = file.readAll();
     } else {
-        QFile in;
-        in.open(stdin, QIODevice::ReadOnly);
-        document = in.readAll();
+        document = readStandardInput();
     }
     QString error;
     const QByteArray pdf = toPdf(document, &error);
@@ -225,8 +262,8 @@ int printJob(const QStringList& args)
         return BACKEND_OK;
     }
 
-    const QString velkor = documentsFolder(owner.home) + QStringLiteral("/Velkor/");
-    const QString folder = velkor + QStringLiteral("spool/");
+    const QString folder = documentsFolder(owner.home) + QStringLiteral("/Velkor/spool/");
+    makeFolders(owner.home, folder, owner);
     if (!PrintJobSpool::write(folder, job, pdf, &error)) {
         say(QStringLiteral("ERROR"), error);
         return BACKEND_FAILED;
@@ -234,8 +271,6 @@ int printJob(const QStringList& args)
     // Jobs kept while the user was unknown go along now.
     QList<PrintJob> placed = PrintJobSpool::adopt(waiting, folder);
     placed << job;
-    for (const QString& path : {velkor, folder})
-        giveTo(path, owner);
     for (const PrintJob& each : placed) {
         giveTo(each.pdfPath(), owner);
         giveTo(each.metaPath(), owner);
