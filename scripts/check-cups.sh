@@ -67,7 +67,8 @@ PY
 printf '[General]\naccount=tester\nrememberPwd=true\nautoLogin=true\n' >"$home/Documents/Velkor/UserConfig.ini"
 HOME=$home XDG_CONFIG_HOME=$home/.config XDG_RUNTIME_DIR=$D/run QT_QPA_PLATFORM=offscreen \
   "$build/app/velkor" >"$D/log/client" 2>&1 &
-pids+=($!)
+client=$!
+pids+=($client)
 for _ in $(seq 100); do ls "$D/run"/velkor-* >/dev/null 2>&1 && break; sleep 0.2; done
 ls "$D/run"/velkor-* >/dev/null 2>&1 || { echo "the client did not start"; cat "$D/log/client"; exit 1; }
 
@@ -82,4 +83,6 @@ if ! grep -qs 'opened=true' "$spool"/*.job; then
 fi
 grep -q 'recipients="\?123;' "$spool"/*.job || { echo "recipients lost:"; cat "$spool"/*.job; exit 1; }
 head -c 4 "$spool"/*.pdf | grep -q '%PDF' || { echo "the spooled document is not PDF"; exit 1; }
+sleep 1
+kill -0 "$client" 2>/dev/null || { echo "the client died with the job open"; cat "$D/log/client"; exit 1; }
 echo "lp -d Velkor -o phone=123 reached the client's editor"
