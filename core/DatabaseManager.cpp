@@ -779,6 +779,15 @@ QList<Fax> DatabaseManager::queryUploadingFax()
         "BY time desc"));
 }
 
+// The tray's watch: the unread received faxes, newest last, without the contact join.
+QList<Fax> DatabaseManager::queryUnreadFaxes()
+{
+    return queryFaxes(QStringLiteral(
+        "SELECT f.id , f.status , f.taskID , f.pageTotal , f.sender , f.time , f.serverID , f.cid , f.tag FROM FAXES "
+        "as f LEFT JOIN Devices as d ON f.device_id = d.id LEFT JOIN USERS u ON d.user_id = u.id WHERE u.id = ? AND "
+        "tag = 0 AND isDelete = 0 AND f.status = 11 ORDER BY f.id"));
+}
+
 // ---- Contacts ----
 
 bool DatabaseManager::addContact(Contact& contact)

@@ -61,6 +61,7 @@ public:
     bool permanentlyDelete(Fax& fax);
     Fax queryFaxByTaskID(int taskID);
     QList<Fax> queryReceiveFaxes();
+    QList<Fax> queryUnreadFaxes();
     QList<Fax> querySendFaxes();
     QList<Fax> queryDeleteFaxes();
     QList<Fax> queryUploadingFax();

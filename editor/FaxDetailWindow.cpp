@@ -588,6 +588,11 @@ bool FaxDetailWindow::openPdf(const QString& path, bool& cancelled)
     return true;
 }
 
+void FaxDetailWindow::setRecipients(const QString& line)
+{
+    ui->edit_phone_2->setText(line);
+}
+
 void FaxDetailWindow::open_picture_file(QStringList files)
 {
     if (m_loading)

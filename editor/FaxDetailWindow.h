@@ -50,6 +50,8 @@ public:
     void showReportImage(const QImage& image);
     // Appends the pages of TIFF, PDF and image files, in order, and selects the first page.
     void open_picture_file(QStringList files);
+    // Fills the recipient line ("name<number>;number;"), as the contact picker would.
+    void setRecipients(const QString& line);
 
     // The pages in list order, as they would be sent, every image decoded: meant for short
     // faxes and tests; the window itself goes page by page.

@@ -1,6 +1,7 @@
 #include "MainWindow.h"
 #include "ui_MainWindow.h"
 
+#include "AppSettings.h"
 #include "AutoOutputDialog.h"
 #include "BindDeviceDialog.h"
 #include "ContactWindow.h"
@@ -10,10 +11,12 @@
 #include "DeviceListWindow.h"
 #include "DialogUtil.h"
 #include "FaxDetailWindow.h"
+#include "FaxTray.h"
 #include "FaxPdfWriter.h"
 #include "LogUtil.h"
 #include "MessageBoxUtil.h"
 #include "MyUDPTask.h"
+#include "PrintJobsDialog.h"
 #include "ReceiveBoxWidget.h"
 #include "SelectLanguageDialog.h"
 #include "SendBoxWidget.h"
@@ -32,6 +35,7 @@
 #include <QPrinter>
 #include <QStandardPaths>
 #include <QStyle>
+#include <QTimer>
 
 namespace {
 
@@ -100,6 +104,15 @@ MainWindow::MainWindow(QWidget* parent)
     // Keeps the LAN addresses of the bound devices current while the window lives.
     m_udpTask = new MyUDPTask;
     m_udpTask->start(QThread::InheritPriority);
+
+    m_tray = new FaxTray(this);
+    connect(m_tray, &FaxTray::newFaxRequested, this, &MainWindow::choose_file_send);
+    connect(m_tray, &FaxTray::inboxRequested, this, &MainWindow::showInbox);
+    connect(m_tray, &FaxTray::quitRequested, this, &MainWindow::quitApp);
+    connect(m_receiveBox, &ReceiveBoxWidget::showReceiveFaxTips, m_tray, &FaxTray::refresh);
+    connect(ui->action_print_jobs, &QAction::triggered, this, &MainWindow::showPrintJobs);
+    // Documents printed while nobody was logged in wait for this login.
+    QTimer::singleShot(0, this, &MainWindow::openPrintJobs);
 }
 
 MainWindow::~MainWindow()
@@ -272,6 +285,13 @@ bool MainWindow::mayEndSession()
 
 void MainWindow::closeEvent(QCloseEvent* event)
 {
+    // With the tray option on, closing hides the window and the session goes on in the tray.
+    if (!m_ending && m_tray->isShown()
+        && AppSettings::userConfig()->value(AppSettings::KEY_MINIMIZE_TO_TRAY, false).toBool()) {
+        hide();
+        event->ignore();
+        return;
+    }
     if (!mayEndSession()) {
         event->ignore();
         return;
@@ -522,9 +542,51 @@ void MainWindow::switchUser()
     close();
 }
 
+void MainWindow::showInbox()
+{
+    ui->treeWidget->setCurrentItem(ui->treeWidget->topLevelItem(PAGE_INBOX));
+    showPage(PAGE_INBOX);
+    if (isMinimized() || !isVisible())
+        showMaximized();
+    raise();
+    activateWindow();
+}
+
+void MainWindow::openPrintJobs()
+{
+    for (const PrintJob& job : PrintJobSpool::takeWaiting())
+        openPrintJob(job);
+}
+
+void MainWindow::openPrintJob(PrintJob job)
+{
+    Fax fax;
+    fax.editorMode = FaxDetailWindow::MODE_REPLY; // a new fax is composed like a reply
+    auto* window = newEditor(fax);
+    window->setObjectName(QStringLiteral("print_job_") + job.id);
+    // Handed to the outbox, the document has become a fax: it leaves the spool.
+    connect(window, &FaxDetailWindow::intent_to_sendbox, window, [job]() { PrintJobSpool::remove(job); });
+    window->setRecipients(job.recipients);
+    window->open_picture_file({job.pdfPath()});
+    if (!job.title.isEmpty())
+        window->setWindowTitle(job.title);
+    window->show();
+    PrintJobSpool::markOpened(job);
+}
+
+void MainWindow::showPrintJobs()
+{
+    auto* dialog = new PrintJobsDialog(this);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    connect(dialog, &PrintJobsDialog::openJob, this, &MainWindow::openPrintJob);
+    dialog->show();
+}
+
 void MainWindow::changeEvent(QEvent* event)
 {
-    if (event->type() == QEvent::LanguageChange)
+    if (event->type() == QEvent::LanguageChange) {
         ui->retranslateUi(this);
+        m_tray->retranslate();
+    }
     QMainWindow::changeEvent(event);
 }

@@ -3,6 +3,7 @@
 #include "DestopTip.h"
 #include "Device.h"
 #include "Fax.h"
+#include "PrintJobSpool.h"
 
 #include <QImage>
 #include <QList>
@@ -11,6 +12,7 @@
 
 class DeleteBoxWidget;
 class FaxDetailWindow;
+class FaxTray;
 
 class MyUDPTask;
 class QLabel;
@@ -41,6 +43,7 @@ public:
     DeleteBoxWidget* deleteBox() const { return m_deleteBox; }
     // The last new-fax notice, while it stands.
     DestopTip* lastTip() const { return m_tip; }
+    FaxTray* tray() const { return m_tray; }
 
     // Draws the pages of a fax file on a printer that is ready, one page at a time.
     static bool printPages(const QString& tiffPath, QPrinter* printer);
@@ -51,6 +54,10 @@ public:
     static QString pdfFileName(const QString& chosen);
 
 public slots:
+    // Opens an editor for each document printed to the "Velkor" queue that none has shown yet.
+    void openPrintJobs();
+    // Brings the window back (from the tray too) with the inbox shown.
+    void showInbox();
     void addDevice();
     void switchUser();
     void quitApp();
@@ -103,6 +110,8 @@ private:
     void savePdf(Fax& fax);
     void showPage(int index);
     void stopDiscovery();
+    void openPrintJob(PrintJob job);
+    void showPrintJobs();
 
     Ui::MainWindow* ui;
     ReceiveBoxWidget* m_receiveBox;
@@ -115,4 +124,5 @@ private:
     QPointer<DestopTip> m_tip;
     QList<QPointer<FaxDetailWindow>> m_editors;
     bool m_ending = false;
+    FaxTray* m_tray;
 };

@@ -1348,12 +1348,47 @@ No fax was made for these recipients: %2</translation>
         <translation>Page %1 done, %2% (of %3 pages)</translation>
     </message>
     <message>
+        <source>上传结果未知</source>
+        <translation>Upload result unknown</translation>
+    </message>
+    <message>
         <source>接收失败</source>
         <translation>Receive failed</translation>
     </message>
+</context>
+<context>
+    <name>FaxTray</name>
     <message>
-        <source>上传结果未知</source>
-        <translation>Upload result unknown</translation>
+        <source>Velkor：没有未读传真</source>
+        <translation>Velkor: no unread faxes</translation>
+    </message>
+    <message>
+        <source>Velkor：未读传真 %1 份</source>
+        <translation>Velkor: unread faxes: %1</translation>
+    </message>
+    <message>
+        <source>新建传真</source>
+        <translation>New Fax</translation>
+    </message>
+    <message>
+        <source>收件箱</source>
+        <translation>Inbox</translation>
+    </message>
+    <message>
+        <source>退出</source>
+        <translation>Exit</translation>
+    </message>
+    <message>
+        <source>页数：%1</source>
+        <translation>Pages: %1</translation>
+    </message>
+    <message>
+        <source>来自 %1，页数：%2</source>
+        <translation>From %1, pages: %2</translation>
+    </message>
+    <message>
+        <source>新传真</source>
+        <translation>New fax</translation>
     </message>
 </context>
 <context>
@@ -1645,6 +1680,10 @@ LAN address: %3  Internet address: %4</translation>
 The desktop client of a networked fax server.</translation>
     </message>
     <message>
+        <source>打印到传真的文档</source>
+        <translation>Documents printed to fax</translation>
+    </message>
+    <message>
         <source>还有%1份传真没有上传完。现在结束，它们将停在“等待上传”，下次登录后可用“开始上传”发送。
 确定结束吗？</source>
         <translation>Faxes not yet uploaded: %1. If you end now they stay "Waiting for upload" and can be sent with "Start Upload" after the next login.
@@ -1795,6 +1834,37 @@ End anyway?</translation>
     <message>
         <source>无法启动OCR识别程序：%1</source>
         <translation>Could not start the OCR program: %1</translation>
+    </message>
+</context>
+<context>
+    <name>PrintJobsDialog</name>
+    <message>
+        <source>打开</source>
+        <translation>Open</translation>
+    </message>
+    <message>
+        <source>删除</source>
+        <translation>Delete</translation>
+    </message>
+    <message>
+        <source>打印到传真的文档</source>
+        <translation>Documents printed to fax</translation>
+    </message>
+    <message>
+        <source>(无标题)</source>
+        <translation>(untitled)</translation>
+    </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor Message</translation>
+    </message>
+    <message>
+        <source>删除打印的文档“%1”？</source>
+        <translation>Delete the printed document "%1"?</translation>
+    </message>
+    <message>
+        <source>无法删除 %1</source>
+        <translation>Cannot delete %1</translation>
     </message>
 </context>
 <context>
@@ -2167,6 +2237,10 @@ Upload it again anyway?</translation>
     <message>
         <source>http(s)://... (空则不使用)</source>
         <translation>http(s)://... (empty: not used)</translation>
+    </message>
+    <message>
+        <source>关闭主窗口时最小化到托盘</source>
+        <translation>Minimize to the tray when the main window is closed</translation>
     </message>
 </context>
 <context>

@@ -1348,12 +1348,47 @@
         <translation>已完成%1页%2%(共%3页)</translation>
     </message>
     <message>
+        <source>上传结果未知</source>
+        <translation>上传结果未知</translation>
+    </message>
+    <message>
         <source>接收失败</source>
         <translation>接收失败</translation>
     </message>
+</context>
+<context>
+    <name>FaxTray</name>
     <message>
-        <source>上传结果未知</source>
-        <translation>上传结果未知</translation>
+        <source>Velkor：没有未读传真</source>
+        <translation>Velkor：没有未读传真</translation>
+    </message>
+    <message>
+        <source>Velkor：未读传真 %1 份</source>
+        <translation>Velkor：未读传真 %1 份</translation>
+    </message>
+    <message>
+        <source>新建传真</source>
+        <translation>新建传真</translation>
+    </message>
+    <message>
+        <source>收件箱</source>
+        <translation>收件箱</translation>
+    </message>
+    <message>
+        <source>退出</source>
+        <translation>退出</translation>
+    </message>
+    <message>
+        <source>页数：%1</source>
+        <translation>页数：%1</translation>
+    </message>
+    <message>
+        <source>来自 %1，页数：%2</source>
+        <translation>来自 %1，页数：%2</translation>
+    </message>
+    <message>
+        <source>新传真</source>
+        <translation>新传真</translation>
     </message>
 </context>
 <context>
@@ -1645,6 +1680,10 @@
 网络传真服务器的桌面客户端。</translation>
     </message>
     <message>
+        <source>打印到传真的文档</source>
+        <translation>打印到传真的文档</translation>
+    </message>
+    <message>
         <source>还有%1份传真没有上传完。现在结束，它们将停在“等待上传”，下次登录后可用“开始上传”发送。
 确定结束吗？</source>
         <translation>还有%1份传真没有上传完。现在结束，它们将停在“等待上传”，下次登录后可用“开始上传”发送。
@@ -1795,6 +1834,37 @@
     <message>
         <source>无法启动OCR识别程序：%1</source>
         <translation>无法启动OCR识别程序：%1</translation>
+    </message>
+</context>
+<context>
+    <name>PrintJobsDialog</name>
+    <message>
+        <source>打开</source>
+        <translation>打开</translation>
+    </message>
+    <message>
+        <source>删除</source>
+        <translation>删除</translation>
+    </message>
+    <message>
+        <source>打印到传真的文档</source>
+        <translation>打印到传真的文档</translation>
+    </message>
+    <message>
+        <source>(无标题)</source>
+        <translation>(无标题)</translation>
+    </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor 消息</translation>
+    </message>
+    <message>
+        <source>删除打印的文档“%1”？</source>
+        <translation>删除打印的文档“%1”？</translation>
+    </message>
+    <message>
+        <source>无法删除 %1</source>
+        <translation>无法删除 %1</translation>
     </message>
 </context>
 <context>
@@ -2167,6 +2237,10 @@
     <message>
         <source>http(s)://... (空则不使用)</source>
         <translation>http(s)://... (空则不使用)</translation>
+    </message>
+    <message>
+        <source>关闭主窗口时最小化到托盘</source>
+        <translation>关闭主窗口时最小化到托盘</translation>
     </message>
 </context>
 <context>
