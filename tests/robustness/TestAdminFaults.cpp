@@ -269,7 +269,7 @@ private slots:
         QFETCH(bool, ok);
         QFETCH(int, waits);
 
-        sim()->addFault(fault(action, kind, value, delayMs));
+        sim()->addFault(once(action, kind, value, delayMs));
         DeviceManageThread worker;
         QSignalSpy done(&worker, &DeviceManageThread::commandDone);
         QElapsedTimer clock;

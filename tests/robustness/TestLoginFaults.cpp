@@ -68,7 +68,7 @@ private slots:
         Device device = storedDevice(m_scenario);
         device.connectStatus = 7; // a value no login writes
         DatabaseManager().updateDeviceConnectStatus(device);
-        m_sim->device()->addFault(fault(action, kind, 0, delayMs));
+        m_sim->device()->addFault(once(action, kind, 0, delayMs));
 
         LoginThread worker;
         QElapsedTimer clock;
@@ -127,7 +127,7 @@ private slots:
                 d.productID = m_scenario.serverId;
             return d;
         };
-        m_sim->device()->addFault(fault(action, kind));
+        m_sim->device()->addFault(once(action, kind));
 
         LoginThread worker;
         QSignalSpy bound(&worker, &LoginThread::bindDeviceSuccess);

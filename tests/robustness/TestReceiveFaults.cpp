@@ -150,7 +150,7 @@ private slots:
             QVERIFY(file.open(QIODevice::WriteOnly));
             file.write(SimTiff::makeFax(1, {QStringLiteral("fetched before")}));
         }
-        m_sim->device()->addFault(fault(action, kind, value, delayMs));
+        m_sim->device()->addFault(once(action, kind, value, delayMs));
 
         ReceiveFaxThread worker;
         int reports = 0;

@@ -1,4 +1,3 @@
-#include "ConnectionPool.h"
 #include "FaxStatus.h"
 #include "RobustnessSupport.h"
 #include "SendFaxThread.h"
@@ -6,28 +5,15 @@
 
 #include <QFile>
 #include <QSignalSpy>
-#include <QSqlQuery>
 
 using namespace Robustness;
 
 namespace {
 
-// The smallest file the device takes for a TIFF, padded: 3000 bytes make, with the header,
-// blocks of 1200, 1200, 1200 and 424 bytes.
-QByteArray faxFile()
-{
-    QByteArray bytes("II*\0\x08\0\0\0\0\0\0\0\0\0", 14);
-    bytes.append(QByteArray(3000 - bytes.size(), '\0'));
-    return bytes;
-}
+// 3000 bytes make, with the header, blocks of 1200, 1200, 1200 and 424 bytes.
+QByteArray faxFile() { return tinyTiff(3000); }
 
-QVariant stored(int faxId, const char* column)
-{
-    QSqlQuery q(ConnectionPool::openConnection());
-    q.prepare(QStringLiteral("SELECT %1 FROM FAXES WHERE id = ?").arg(QLatin1String(column)));
-    q.addBindValue(faxId);
-    return q.exec() && q.next() ? q.value(0) : QVariant();
-}
+QVariant stored(int faxId, const char* column) { return storedColumn(faxId, QLatin1String(column)); }
 
 } // namespace
 
@@ -46,23 +32,8 @@ class TestSendFaults : public QObject
 
     Fax newFax()
     {
-        const QString path = TestSupport::documentsPath() + QStringLiteral("job.tif");
-        QFile file(path);
-        if (!file.open(QIODevice::WriteOnly) || file.write(faxFile()) != faxFile().size())
-            qFatal("cannot write %s", qPrintable(path));
-        file.close();
-        Fax fax;
-        fax.pageTotal = 1;
-        fax.dialTotal = 2;
-        fax.sender = m_device.deviceName;
-        fax.status = FaxStatus::SEND_FAX_WAITTING;
-        fax.time = QStringLiteral("2024-01-01 10:00:00");
-        fax.serverID = m_device.productID;
-        fax.cid = QStringLiteral("02155550123");
-        fax.filepath = path;
-        fax.tag = 1;
-        fax.id = DatabaseManager().insertFax(fax, m_device.id);
-        return fax;
+        return storedFax(m_device, writeFile(documentsPath() + QStringLiteral("job.tif"), faxFile()),
+            QStringLiteral("02155550123"));
     }
 
 private slots:
@@ -131,7 +102,7 @@ private slots:
 
         const int jobsBefore = sim()->jobs().size();
         Fax fax = newFax();
-        sim()->addFault(fault(action, kind, value, delayMs));
+        sim()->addFault(once(action, kind, value, delayMs));
         SendFaxThread worker;
         QSignalSpy ok(&worker, &SendFaxThread::returnTaskID);
         QSignalSpy failed(&worker, &SendFaxThread::uploadFaxFailed);
@@ -210,7 +181,7 @@ private slots:
         QVERIFY(sim()->job(task, &job));
         QVERIFY(job.status != FaxStatus::SEND_FAX_WAITTING);
 
-        sim()->addFault(fault(action, kind, value, delayMs));
+        sim()->addFault(once(action, kind, value, delayMs));
         QSignalSpy finished(&worker, &SendFaxThread::faxStatusFinished);
         QSignalSpy shown(&worker, &SendFaxThread::updateFax);
         QElapsedTimer clock;
