@@ -192,7 +192,7 @@ private slots:
         fax.retryTime = 7;
         fax.disableHeader = true;
         fax.disabeDialPrefix = false;
-        fax.dateTimePlan = QDateTime(QDate(2031, 5, 6), QTime(7, 8, 9), Qt::UTC);
+        fax.dateTimePlan = QDateTime(QDate(2031, 5, 6), QTime(15, 8, 9), Qt::OffsetFromUTC, 8 * 3600);
         fax.dateTimeStop = QDateTime(QDate(2031, 5, 7), QTime(10, 0), Qt::OffsetFromUTC, 3600);
         fax.timeFrom = QTime(9, 15);
         fax.timeTo = QTime(16, 45);
@@ -210,7 +210,7 @@ private slots:
                      h.retryTime, h.disableHeader, h.disableDialPrefix, h.planTime.toUtc(), h.stopTime.toUtc(),
                      h.windowFrom.hour * 60 + h.windowFrom.minute, h.windowTo.hour * 60 + h.windowTo.minute,
                      uploads[0].account }),
-            (QVariantList { 5, "0755-86001234", "李四 Co.", 3, 2, 3, 4, 7, 1, 0, fax.dateTimePlan,
+            (QVariantList { 5, "0755-86001234", "李四 Co.", 3, 2, 3, 4, 7, 1, 0, QDateTime(QDate(2031, 5, 6), QTime(7, 8, 9), Qt::UTC),
                 QDateTime(QDate(2031, 5, 7), QTime(9, 0), Qt::UTC), 9 * 60 + 15, 16 * 60 + 45, "admin" }));
         const QDateTime uploaded = h.uploadTime.toUtc();
         QVERIFY(uploaded >= before && uploaded <= QDateTime::currentDateTimeUtc());
