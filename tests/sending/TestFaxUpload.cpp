@@ -154,11 +154,11 @@ private slots:
     {
         qRegisterMetaType<Fax>("Fax&");
         qRegisterMetaType<QString>("QString&");
-        m_scenario = scenarioAt(QStringLiteral("127.0.0.35"));
+        m_scenario = scenarioAt(QStringLiteral("127.0.0.36"));
         SimOutcome failing;
         failing.number = QStringLiteral("999");
         failing.success = false;
-        failing.issue = QStringLiteral("Line busy");
+        failing.issue = QStringLiteral("忙音 Line busy");
         m_scenario.jobs.outcomes << failing;
         MessageBoxUtil::setRecording(true);
     }
@@ -300,7 +300,7 @@ private slots:
     void deviceThatAsksForMoreThanTheFileHolds()
     {
         // Answers "R" to everything after the login: the upload must end after its last block.
-        const Scenario other = scenarioAt(QStringLiteral("127.0.0.33"));
+        const Scenario other = scenarioAt(QStringLiteral("127.0.0.37"));
         EagerDevice eager(other.address, other.serverId);
         const Device device = storedDevice(other);
         const Fax fax = storedFax(device, writeFile(filePath("r.tif"), tinyTiff(100)));
@@ -374,7 +374,7 @@ private slots:
         QCOMPARE(pollRound().size(), 3);
         QCOMPARE((QVariantList { storedColumn(good.id, "status"), storedColumn(good.id, "pageSended"),
                      storedColumn(bad.id, "status"), storedColumn(bad.id, "issue"), storedColumn(waiting.id, "status") }),
-            (QVariantList { 2, 1, 1, "Line busy", 5 }));
+            (QVariantList { 2, 1, 1, "忙音 Line busy", 5 }));
 
         // The next round asks only for the open one.
         const QList<Fax> second = pollRound();
