@@ -863,7 +863,7 @@ private slots:
         QCOMPARE((QVariantList{o.priority, o.quality, o.dialogTotal, o.retryTime, o.disableHeader, o.disabeDialPrefix,
                                o.planEnabled, o.stopEnabled, o.windowEnabled, o.dateTimePlan, o.dateTimeStop.isValid(),
                                o.timeFrom, o.timeTo}),
-                 (QVariantList{3, 0, 7, 9, true, false, true, false, true, plan, false, QTime(8, 0), QTime(18, 0)}));
+                 (QVariantList{4, 0, 7, 9, true, false, true, false, true, plan, false, QTime(8, 0), QTime(18, 0)}));
 
         // Six keys, and no times among them.
         auto settings = AppSettings::userSetting();
@@ -875,19 +875,19 @@ private slots:
         QCOMPARE(stored, (QStringList{"DialRetryTime=9", "DialTotal=7", "DisableDialPrefix=false",
                                       "DisablePageHeader=true", "TaskPriority=3", "TaskQuality=0"}));
 
-        // Reopened: the plan time is gone, the window stays; cancel changes nothing.
+        // Reopened: the plan time and the window stay; cancel changes nothing.
         d = openOptions(w.data());
-        QVERIFY(!TestSupport::find<QCheckBox>(d, "check_start_at")->isChecked());
+        QVERIFY(TestSupport::find<QCheckBox>(d, "check_start_at")->isChecked());
         QVERIFY(TestSupport::find<QCheckBox>(d, "check_enable_from")->isChecked());
         QCOMPARE(TestSupport::find<QTimeEdit>(d, "time_enable_to")->time(), QTime(18, 0));
         TestSupport::find<QComboBox>(d, "combo_priority")->setCurrentIndex(0);
         finish(d, "button_cancel");
-        QCOMPARE(w->faxOption().priority, 3);
+        QCOMPARE(w->faxOption().priority, 4);
         QVERIFY(w->faxOption().planEnabled);
 
         // A new window starts from the stored defaults, with no schedule.
         QScopedPointer<FaxDetailWindow> next(composer(0, QString()));
-        QCOMPARE(next->faxOption().priority, 3);
+        QCOMPARE(next->faxOption().priority, 4);
         QCOMPARE(next->faxOption().dialogTotal, 7);
         QVERIFY(!next->faxOption().planEnabled && !next->faxOption().windowEnabled);
     }
@@ -898,10 +898,10 @@ private slots:
         FaxOptionDialog* d = openOptions(w.data());
         TestSupport::find<QComboBox>(d, "combo_priority")->setCurrentIndex(0);
         finish(d, "button_ok");
-        QCOMPARE(w->faxOption().priority, 0); // the combo index is the value handed on
+        QCOMPARE(w->faxOption().priority, 1); // FAX_PRIORITY_LOW
         QVERIFY(!AppSettings::userSetting()->contains("/SendFaxOptions/TaskPriority"));
         QScopedPointer<FaxDetailWindow> next(composer(0, QString()));
-        QCOMPARE(next->faxOption().priority, 2);
+        QCOMPARE(next->faxOption().priority, 3);
     }
 
     void recipientLineFromChosenContacts()
@@ -975,7 +975,7 @@ private slots:
             QVERIFY(fax.id > 0);
             QCOMPARE((QVariantList{fax.status, fax.remark, fax.pageTotal, fax.serverID, fax.dialTotal, fax.priority,
                                    fax.quality, fax.filepath}),
-                     (QVariantList{int(FaxStatus::SEND_FAX_WAITTING), QStringLiteral("季度"), 2, devices[0].productID, 5, 2, 1,
+                     (QVariantList{int(FaxStatus::SEND_FAX_WAITTING), QStringLiteral("季度"), 2, devices[0].productID, 5, 3, 1,
                                    faxes[0].filepath}));
         }
         QVERIFY(QFileInfo::exists(faxes[0].filepath));
@@ -1017,7 +1017,7 @@ private slots:
         QCOMPARE((QVariantList{h.number, h.receiver, h.priority, h.quality, h.dialTotal, h.retryTime, h.pageTotal,
                                h.disableHeader, h.disableDialPrefix, h.planTime.toUtc().toSecsSinceEpoch(),
                                h.stopTime.isValidDate(), uploads[0].tiffPages}),
-                 (QVariantList{"0755-1234", "Bob", 3, 0, 4, 6, 2, 0, 1, plan.toUTC().toSecsSinceEpoch(), false, 2}));
+                 (QVariantList{"0755-1234", "Bob", 4, 0, 4, 6, 2, 0, 1, plan.toUTC().toSecsSinceEpoch(), false, 2}));
     }
 
     void twoOfThreeDevicesShareTheRecipients()
