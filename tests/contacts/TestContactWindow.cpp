@@ -70,7 +70,7 @@ private slots:
         QCOMPARE(column(table, 1), QStringList { "张三" }); // 王五 is ACME too, but a supplier
         search->clear();
         typeInto(search, QStringLiteral("acme"));
-        QCOMPARE(table->rowCount(), 0); // the search heeds case
+        QCOMPARE(column(table, 1), QStringList { "张三" }); // the search ignores case
         search->clear();
         QCOMPARE(column(table, 1), (QStringList { "张三", "李四" }));
 
@@ -111,6 +111,7 @@ private slots:
         QCOMPARE(db.queryContacts(m_customers).size(), 2);
 
         clickRow(table, 1); // 李四
+        MessageBoxUtil::setNextAnswer(QMessageBox::Yes);
         click(TestSupport::find<QPushButton>(&window, "button_delete"));
         QCOMPARE(column(table, 1), (QStringList { "张三", "王五", "赵六" }));
         QCOMPARE(db.queryContacts().size(), 3);
