@@ -257,7 +257,7 @@ private slots:
         QTRY_COMPARE_WITH_TIMEOUT(MessageBoxUtil::shown().size(), 1, 20000);
         MessageBoxUtil::Shown box = MessageBoxUtil::takeShown().first();
         QCOMPARE(box.kind, QStringLiteral("info"));
-        QCOMPARE(box.title, QStringLiteral("Velkor消息"));
+        QCOMPARE(box.title, QStringLiteral("Velkor 消息"));
         QCOMPARE(box.text, QStringLiteral("修改设备名称成功"));
         QCOMPARE(m_sim->device()->serverName(), QStringLiteral("财务部传真"));
         const QString config = m_sim->device()->configText();

@@ -198,7 +198,7 @@ private slots:
         QTRY_COMPARE_WITH_TIMEOUT(MessageBoxUtil::shown().size(), 1, 20000);
         MessageBoxUtil::Shown box = MessageBoxUtil::takeShown().first();
         QCOMPARE(box.kind, QStringLiteral("info"));
-        QCOMPARE(box.title, QStringLiteral("Velkor消息"));
+        QCOMPARE(box.title, QStringLiteral("Velkor 消息"));
         QCOMPARE(box.text, QStringLiteral("修改高级参数设置成功"));
         QVERIFY(m_oneLine->device()->configText().contains(QStringLiteral("MaxRetry=5\n")));
 

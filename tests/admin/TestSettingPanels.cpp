@@ -371,7 +371,7 @@ private slots:
         name->setText(QStringLiteral("alice"));
         MessageBoxUtil::Shown box = clickForBox(apply);
         QCOMPARE(box.kind, QStringLiteral("warning"));
-        QCOMPARE(box.title, QStringLiteral("Velkor 信息"));
+        QCOMPARE(box.title, QStringLiteral("Velkor 消息"));
         QCOMPARE(box.text, QStringLiteral("用户信息修改失败"));
         QVERIFY(panel.isAdding());
 

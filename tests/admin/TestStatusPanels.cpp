@@ -182,7 +182,7 @@ private slots:
         QTRY_COMPARE_WITH_TIMEOUT(MessageBoxUtil::shown().size(), 1, 30000);
         const MessageBoxUtil::Shown box = MessageBoxUtil::takeShown().first();
         QCOMPARE(box.kind, QStringLiteral("info"));
-        QCOMPARE(box.title, QStringLiteral("Velkor消息"));
+        QCOMPARE(box.title, QStringLiteral("Velkor 消息"));
         QVERIFY(box.text.startsWith(QStringLiteral("更新文件上传成功")));
         QVERIFY(m_sim->device()->firmwareUploads().last().matchesExpected);
         // Progress went up by blocks and back to 0 at the end.
