@@ -200,7 +200,7 @@ void DeviceManageWidget::showHighOption(QString& text)
     if (text.isEmpty()) {
         // Nothing came that could be changed; sending a file without it would lose the rest.
         m_newName.clear();
-        MessageBoxUtil::warningMsg(this, QStringLiteral("Velkor消息"), tr("修改设备名称失败"));
+        MessageBoxUtil::warningMsg(this, tr("Velkor 消息"), tr("修改设备名称失败"));
         return;
     }
     const QString path = FileUtil::createDir(gUser.nickname + QLatin1Char('/') + m_device.productID)
@@ -220,9 +220,9 @@ void DeviceManageWidget::showSetHighOptionResult(bool ok)
     m_newName.clear();
     // The local record keeps its name: the next login brings the new one.
     if (ok)
-        MessageBoxUtil::infoMsg(this, QStringLiteral("Velkor消息"), tr("修改设备名称成功"));
+        MessageBoxUtil::infoMsg(this, tr("Velkor 消息"), tr("修改设备名称成功"));
     else
-        MessageBoxUtil::warningMsg(this, QStringLiteral("Velkor消息"), tr("修改设备名称失败"));
+        MessageBoxUtil::warningMsg(this, tr("Velkor 消息"), tr("修改设备名称失败"));
 }
 
 void DeviceManageWidget::on_button_voice_monitor_clicked()

@@ -26,8 +26,8 @@ int main(int argc, char** argv)
     VelkorResources::init();
     QApplication::setWindowIcon(QIcon(QStringLiteral(":/icon/icons/velkor.png")));
     QGuiApplication::setDesktopFileName(QStringLiteral("velkor"));
-    // The program starts in Chinese, its source language; so do Qt's own dialogs.
-    SelectLanguageDialog::switchQtLanguage(1);
+    // In the language chosen last; a first start is in Chinese, so are Qt's own dialogs.
+    SelectLanguageDialog::applySavedLanguage();
 
     DatabaseManager db; // kept to the end of main
     db.createTables();

@@ -14,6 +14,8 @@ inline const QString KEY_PASSWORD = QStringLiteral("password");
 inline const QString KEY_REMEMBER_PWD = QStringLiteral("rememberPwd");
 inline const QString KEY_AUTO_LOGIN = QStringLiteral("autoLogin");
 inline const QString KEY_GET_FAX_TIME = QStringLiteral("getFaxTime");
+// The language chosen last (0 English, 1 Chinese); missing on a first start, which is Chinese.
+inline const QString KEY_LANGUAGE = QStringLiteral("language");
 inline constexpr int DEFAULT_GET_FAX_TIME = 30;
 // The remote address service; an empty URL means the service is not asked.
 inline const QString KEY_ADDRESS_SERVICE_URL = QStringLiteral("addressServiceUrl");

@@ -103,6 +103,9 @@ FaxDetailWindow::FaxDetailWindow(const Fax& fax, QWidget* parent)
     ui->listView->setResizeMode(QListView::Adjust);
     ui->listView->setEditTriggers(QAbstractItemView::NoEditTriggers);
     ui->listView->setSelectionMode(QAbstractItemView::SingleSelection);
+    // One current page: whatever moves the highlight (click, keys, code) shows that page.
+    connect(ui->listView->selectionModel(), &QItemSelectionModel::currentChanged, this,
+            &FaxDetailWindow::showPage);
     ui->splitter->setStretchFactor(1, 1);
     ui->splitter->setSizes({220, 880});
 
@@ -142,8 +145,11 @@ FaxDetailWindow::FaxDetailWindow(const Fax& fax, QWidget* parent)
     m_option = FaxOptionDialog::loadDefaults();
 
     ui->label_time_text->setText(fax.time);
-    ui->label_sender_text->setText(QStringLiteral("%1 <%2>").arg(fax.sender, fax.cid));
-    ui->label_receiver_text->setText(fax.receiver);
+    // cid is the other party's number: the sender's of a received fax, the recipient's of a sent one.
+    const QString party = QStringLiteral("%1 <%2>");
+    const bool sent = fax.tag == 1;
+    ui->label_sender_text->setText(sent ? fax.sender : party.arg(fax.sender, fax.cid));
+    ui->label_receiver_text->setText(sent ? party.arg(fax.receiver, fax.cid) : fax.receiver);
     ui->label_remark_text->setText(fax.remark);
     ui->edit_remark_2->setText(fax.remark);
     applyMode();
@@ -369,13 +375,16 @@ void FaxDetailWindow::selectRow(int row)
     const QModelIndex index = m_model->index(row, 0);
     if (!index.isValid())
         return;
-    ui->listView->setCurrentIndex(index);
-    on_listView_clicked(index);
+    if (ui->listView->currentIndex() == index)
+        showPage(index); // an edit of the row itself
+    else
+        ui->listView->setCurrentIndex(index);
 }
 
-void FaxDetailWindow::on_listView_clicked(const QModelIndex& index)
+void FaxDetailWindow::showPage(const QModelIndex& index)
 {
-    if (!index.isValid())
+    // Rows taken out while pages are moved or deleted move the highlight on their way.
+    if (!index.isValid() || m_rearranging)
         return;
     discardNotes();
     if (index.row() != currentPage) {
@@ -433,34 +442,41 @@ void FaxDetailWindow::nextPage()
         selectRow(currentPage + 1);
 }
 
+void FaxDetailWindow::movePage(int to)
+{
+    const int row = currentPage;
+    if (row < 0 || row >= m_model->rowCount() || to < 0 || to >= m_model->rowCount())
+        return;
+    m_rearranging = true;
+    m_model->insertRow(to, m_model->takeRow(row));
+    renumberPages();
+    m_rearranging = false;
+    // The same page, in its new place: no jump to its top.
+    currentPage = to;
+    selectRow(to);
+}
+
 void FaxDetailWindow::pageUp()
 {
-    const int row = ui->listView->currentIndex().row();
-    if (row <= 0)
-        return;
-    m_model->insertRow(row - 1, m_model->takeRow(row));
-    renumberPages();
-    selectRow(row - 1);
+    movePage(currentPage - 1);
 }
 
 void FaxDetailWindow::pageDown()
 {
-    const int row = ui->listView->currentIndex().row();
-    if (row < 0 || row >= m_model->rowCount() - 1)
-        return;
-    m_model->insertRow(row + 1, m_model->takeRow(row));
-    renumberPages();
-    selectRow(row + 1);
+    movePage(currentPage + 1);
 }
 
 void FaxDetailWindow::delete_page()
 {
     const int rows = m_model->rowCount();
-    const int row = ui->listView->currentIndex().isValid() ? ui->listView->currentIndex().row() : currentPage;
+    const int row = currentPage;
     if (rows < 2 || row < 0 || row >= rows)
         return;
+    m_rearranging = true;
     m_model->removeRow(row);
     renumberPages();
+    m_rearranging = false;
+    currentPage = -1; // the page shown is gone
     selectRow(qMin(row, m_model->rowCount() - 1));
 }
 
@@ -662,7 +678,9 @@ void FaxDetailWindow::split(QMouseEvent* event)
     FaxPage lower;
     lower.image = whole.copy(0, y, whole.width(), whole.height() - y);
     lower.pixmap = displayCopy(lower.image);
-    lower.pageKind = 1;
+    // A page of the document still: only a cover is made in the editor, and only a cover is
+    // replaced by the next one.
+    lower.pageKind = 0;
     auto* item = new QStandardItem;
     item->setData(QVariant::fromValue(lower), RECORD_ROLE);
     m_model->insertRow(row + 1, item);

@@ -103,7 +103,8 @@ public slots:
     void sign(QMouseEvent* event);
 
 private slots:
-    void on_listView_clicked(const QModelIndex& index);
+    // Shows the page of the list's current row.
+    void showPage(const QModelIndex& index);
     void on_buttion_option_2_clicked();
     void on_button_select_contact_clicked();
     void burnTextNote(TextNoteWidget* note);
@@ -133,6 +134,8 @@ private:
     // pageIndex of every row is its row; the list follows the model.
     void renumberPages();
     void selectRow(int row);
+    // Moves the current page to row to; it stays current and shown.
+    void movePage(int to);
     void updateNavigation();
     // Shows the current image at the current zoom.
     void displayCurrent();
@@ -162,6 +165,7 @@ private:
     QAction* m_pageEditAction = nullptr;
     SendFaxController* m_controller = nullptr;
     bool m_loading = false;
+    bool m_rearranging = false;
     bool m_sending = false;
     bool m_handedOn = false;         // the job went to the outbox
     bool m_discardConfirmed = false; // the user agreed to drop the unsent work

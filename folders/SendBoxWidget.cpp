@@ -68,6 +68,7 @@ SendBoxWidget::SendBoxWidget(QWidget* parent)
     setDefaultWidths();
     reacquire();
     FaxTable::restoreHeaderState(ui->tableWidget, HEADER_KEY);
+    FaxTable::fitHeaders(ui->tableWidget);
 
     m_controller = new SendFaxController(this);
     connect(m_controller, &SendFaxController::saveTaskID, this, &SendBoxWidget::updateFaxTaksId);
@@ -405,6 +406,7 @@ void SendBoxWidget::changeEvent(QEvent* event)
     if (event->type() == QEvent::LanguageChange) {
         ui->retranslateUi(this);
         ui->tableWidget->setHorizontalHeaderLabels(headers());
+        FaxTable::fitHeaders(ui->tableWidget);
         // Words and counts follow the language too; live progress returns with the next round.
         for (int row = 0; row < m_faxes.size(); ++row)
             setDatas(row, m_faxes[row]);

@@ -82,6 +82,18 @@
         <source>取消</source>
         <translation>Cancel</translation>
     </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor Message</translation>
+    </message>
+    <message>
+        <source>请至少填写联系人的姓名或一个号码</source>
+        <translation>Please enter at least a name or a number for the contact</translation>
+    </message>
+    <message>
+        <source>联系人保存失败</source>
+        <translation>The contact could not be saved</translation>
+    </message>
 </context>
 <context>
     <name>AutoOutputDialog</name>
@@ -158,6 +170,10 @@
     <message>
         <source>该设备已添加</source>
         <translation>This device has already been added</translation>
+    </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor Message</translation>
     </message>
 </context>
 <context>
@@ -293,6 +309,34 @@
         <source>打开</source>
         <translation>Open</translation>
     </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor Message</translation>
+    </message>
+    <message>
+        <source>删除联系人“%1”吗？</source>
+        <translation>Delete the contact "%1"?</translation>
+    </message>
+    <message>
+        <source>联系人删除失败</source>
+        <translation>The contact could not be deleted</translation>
+    </message>
+    <message>
+        <source>无法打开文件：%1</source>
+        <translation>Cannot open the file: %1</translation>
+    </message>
+    <message>
+        <source>联系人导入失败</source>
+        <translation>The contacts could not be imported</translation>
+    </message>
+    <message>
+        <source>已导入联系人：%1</source>
+        <translation>Contacts imported: %1</translation>
+    </message>
+    <message>
+        <source>以下行的字段不足 %1 个，已跳过：%2</source>
+        <translation>Lines with fewer than %1 fields were skipped: %2</translation>
+    </message>
 </context>
 <context>
     <name>CreateLocalAccountWidget</name>
@@ -339,6 +383,14 @@
     <message>
         <source>两次输入的密码不一致</source>
         <translation>Password incorrect. Please try again.</translation>
+    </message>
+    <message>
+        <source>请输入昵称</source>
+        <translation>Please enter a name</translation>
+    </message>
+    <message>
+        <source>账号创建失败</source>
+        <translation>The account could not be created</translation>
     </message>
 </context>
 <context>
@@ -450,6 +502,10 @@
         <source>无法打开日志查看程序，日志已保存在：%1</source>
         <translation>The log viewer could not be started. The log was saved to: %1</translation>
     </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor Message</translation>
+    </message>
 </context>
 <context>
     <name>DeviceManageWidget</name>
@@ -537,6 +593,10 @@
         <source>修改设备名称成功</source>
         <translation>The device was renamed</translation>
     </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor Message</translation>
+    </message>
 </context>
 <context>
     <name>EmailSettingWidget</name>
@@ -575,6 +635,10 @@
     <message>
         <source>修改公共SMTP设置失败</source>
         <translation>The public SMTP settings could not be changed.</translation>
+    </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor Message</translation>
     </message>
 </context>
 <context>
@@ -706,6 +770,10 @@
     <message>
         <source>设置服务器传真参数失败</source>
         <translation>Setting the fax parameters of the server failed</translation>
+    </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor Message</translation>
     </message>
 </context>
 <context>
@@ -1072,6 +1140,10 @@ No fax was made for these recipients: %2</translation>
         <source>删除失败</source>
         <translation>Delete failed</translation>
     </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor Message</translation>
+    </message>
 </context>
 <context>
     <name>FaxOptionDialog</name>
@@ -1235,7 +1307,7 @@ No fax was made for these recipients: %2</translation>
     </message>
     <message>
         <source>拨号重试</source>
-        <translation>Dial attempt(s)</translation>
+        <translation>Dial attempts</translation>
     </message>
     <message>
         <source>发送时间</source>
@@ -1345,7 +1417,7 @@ No fax was made for these recipients: %2</translation>
     </message>
     <message>
         <source>已完成%1页%2%(共%3页)</source>
-        <translation>Page %1 done, %2% (of %3 pages)</translation>
+        <translation>Page %1 done, %2% (pages in all: %3)</translation>
     </message>
     <message>
         <source>上传结果未知</source>
@@ -1433,6 +1505,10 @@ No fax was made for these recipients: %2</translation>
         <source>此操作将影响当前用户工作数据,并且服务器将重新启动，您确定要继续吗?</source>
         <translation>This affects the work of current users and restarts the server. Do you want to continue?</translation>
     </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor Message</translation>
+    </message>
 </context>
 <context>
     <name>HighOptionWidget</name>
@@ -1455,6 +1531,10 @@ No fax was made for these recipients: %2</translation>
     <message>
         <source>修改高级参数设置失败</source>
         <translation>Changing the advanced parameters failed</translation>
+    </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor Message</translation>
     </message>
 </context>
 <context>
@@ -1706,7 +1786,7 @@ End anyway?</translation>
     </message>
     <message>
         <source>验证</source>
-        <translation>Verifying</translation>
+        <translation>Verify</translation>
     </message>
 </context>
 <context>
@@ -1813,6 +1893,10 @@ End anyway?</translation>
         <source>修改网咯参数设置失败</source>
         <translation>The network settings could not be changed.</translation>
     </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor Message</translation>
+    </message>
 </context>
 <context>
     <name>OCRDialog</name>
@@ -1906,7 +1990,7 @@ End anyway?</translation>
     </message>
     <message>
         <source>收到%1份传真</source>
-        <translation>%1 faxes received</translation>
+        <translation>Faxes received: %1</translation>
     </message>
     <message>
         <source>回复</source>
@@ -2043,7 +2127,7 @@ The faxes stay on the device and are received once this is fixed.</translation>
     <name>SendBoxWidget</name>
     <message>
         <source>%1次(%2次)</source>
-        <translation>%1 time(s) (%2)</translation>
+        <translation>Attempts: %1 (%2)</translation>
     </message>
     <message>
         <source>状态</source>
@@ -2071,7 +2155,7 @@ The faxes stay on the device and are received once this is fixed.</translation>
     </message>
     <message>
         <source>拨号重试</source>
-        <translation>Dial attempt(s)</translation>
+        <translation>Dial attempts</translation>
     </message>
     <message>
         <source>发送时间</source>
@@ -2091,7 +2175,7 @@ The faxes stay on the device and are received once this is fixed.</translation>
     </message>
     <message>
         <source>已完成%1页(共%2页)</source>
-        <translation>%1 page(s) done (%2 in all)</translation>
+        <translation>Pages done: %1 of %2</translation>
     </message>
     <message>
         <source>转发</source>
@@ -2167,7 +2251,7 @@ The faxes stay on the device and are received once this is fixed.</translation>
     </message>
     <message>
         <source>%1(共%2页)</source>
-        <translation>%1 (of %2 pages)</translation>
+        <translation>%1 (pages in all: %2)</translation>
     </message>
     <message>
         <source>结果:</source>
@@ -2471,6 +2555,10 @@ Upload it again anyway?</translation>
         <source>服务器时间设置修改失败</source>
         <translation>The device time could not be changed.</translation>
     </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor Message</translation>
+    </message>
 </context>
 <context>
     <name>UserAccountWidget</name>
@@ -2597,6 +2685,10 @@ Upload it again anyway?</translation>
     <message>
         <source>用户信息修改成功</source>
         <translation>The user account was saved.</translation>
+    </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor Message</translation>
     </message>
 </context>
 <context>

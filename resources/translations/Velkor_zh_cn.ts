@@ -82,6 +82,18 @@
         <source>取消</source>
         <translation>取消</translation>
     </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor 消息</translation>
+    </message>
+    <message>
+        <source>请至少填写联系人的姓名或一个号码</source>
+        <translation>请至少填写联系人的姓名或一个号码</translation>
+    </message>
+    <message>
+        <source>联系人保存失败</source>
+        <translation>联系人保存失败</translation>
+    </message>
 </context>
 <context>
     <name>AutoOutputDialog</name>
@@ -158,6 +170,10 @@
     <message>
         <source>该设备已添加</source>
         <translation>该设备已添加</translation>
+    </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor 消息</translation>
     </message>
 </context>
 <context>
@@ -293,6 +309,34 @@
         <source>打开</source>
         <translation>打开</translation>
     </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor 消息</translation>
+    </message>
+    <message>
+        <source>删除联系人“%1”吗？</source>
+        <translation>删除联系人“%1”吗？</translation>
+    </message>
+    <message>
+        <source>联系人删除失败</source>
+        <translation>联系人删除失败</translation>
+    </message>
+    <message>
+        <source>无法打开文件：%1</source>
+        <translation>无法打开文件：%1</translation>
+    </message>
+    <message>
+        <source>联系人导入失败</source>
+        <translation>联系人导入失败</translation>
+    </message>
+    <message>
+        <source>已导入联系人：%1</source>
+        <translation>已导入联系人：%1</translation>
+    </message>
+    <message>
+        <source>以下行的字段不足 %1 个，已跳过：%2</source>
+        <translation>以下行的字段不足 %1 个，已跳过：%2</translation>
+    </message>
 </context>
 <context>
     <name>CreateLocalAccountWidget</name>
@@ -339,6 +383,14 @@
     <message>
         <source>两次输入的密码不一致</source>
         <translation>两次输入的密码不一致</translation>
+    </message>
+    <message>
+        <source>请输入昵称</source>
+        <translation>请输入昵称</translation>
+    </message>
+    <message>
+        <source>账号创建失败</source>
+        <translation>账号创建失败</translation>
     </message>
 </context>
 <context>
@@ -450,6 +502,10 @@
         <source>无法打开日志查看程序，日志已保存在：%1</source>
         <translation>无法打开日志查看程序，日志已保存在：%1</translation>
     </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor 消息</translation>
+    </message>
 </context>
 <context>
     <name>DeviceManageWidget</name>
@@ -537,6 +593,10 @@
         <source>修改设备名称成功</source>
         <translation>修改设备名称成功</translation>
     </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor 消息</translation>
+    </message>
 </context>
 <context>
     <name>EmailSettingWidget</name>
@@ -575,6 +635,10 @@
     <message>
         <source>修改公共SMTP设置失败</source>
         <translation>修改公共SMTP设置失败</translation>
+    </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor 消息</translation>
     </message>
 </context>
 <context>
@@ -706,6 +770,10 @@
     <message>
         <source>设置服务器传真参数失败</source>
         <translation>设置服务器传真参数失败</translation>
+    </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor 消息</translation>
     </message>
 </context>
 <context>
@@ -1072,6 +1140,10 @@
         <source>删除失败</source>
         <translation>删除失败</translation>
     </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor 消息</translation>
+    </message>
 </context>
 <context>
     <name>FaxOptionDialog</name>
@@ -1433,6 +1505,10 @@
         <source>此操作将影响当前用户工作数据,并且服务器将重新启动，您确定要继续吗?</source>
         <translation>此操作将影响当前用户工作数据,并且服务器将重新启动，您确定要继续吗?</translation>
     </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor 消息</translation>
+    </message>
 </context>
 <context>
     <name>HighOptionWidget</name>
@@ -1455,6 +1531,10 @@
     <message>
         <source>修改高级参数设置失败</source>
         <translation>修改高级参数设置失败</translation>
+    </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor 消息</translation>
     </message>
 </context>
 <context>
@@ -1812,6 +1892,10 @@
     <message>
         <source>修改网咯参数设置失败</source>
         <translation>修改网咯参数设置失败</translation>
+    </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor 消息</translation>
     </message>
 </context>
 <context>
@@ -2471,6 +2555,10 @@
         <source>服务器时间设置修改失败</source>
         <translation>服务器时间设置修改失败</translation>
     </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor 消息</translation>
+    </message>
 </context>
 <context>
     <name>UserAccountWidget</name>
@@ -2597,6 +2685,10 @@
     <message>
         <source>用户信息修改成功</source>
         <translation>用户信息修改成功</translation>
+    </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor 消息</translation>
     </message>
 </context>
 <context>

@@ -615,7 +615,7 @@ private slots:
         QVERIFY2(qAbs(cut - 1000) <= 2, qPrintable(QString::number(cut)));
         QCOMPARE(pages[0].image, page.copy(0, 0, 1728, cut));
         QCOMPARE(pages[1].image, page.copy(0, cut, 1728, 2200 - cut));
-        QVERIFY(pages[1].pageKind == 1 && pages[1].pageIndex == 1);
+        QVERIFY(pages[1].pageKind == 0 && pages[1].pageIndex == 1);
         QCOMPARE(pageLabel()->cursor().shape(), Qt::ArrowCursor);
 
         // Split mode ends with the split.
