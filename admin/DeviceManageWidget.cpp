@@ -2,6 +2,7 @@
 #include "ui_DeviceManageWidget.h"
 
 #include "DatabaseManager.h"
+#include "DeviceProtocol.h"
 #include "DeviceController.h"
 #include "DeviceListDelegate.h"
 #include "DeviceLogWidget.h"
@@ -148,8 +149,8 @@ void DeviceManageWidget::changeDeviceAccount(QString account, QString password)
     device.remoteIP = m_device.remoteIP;
     device.extNumber = m_device.extNumber;
     device.permission = m_device.permission;
-    device.internetPort = 3001;
-    emit m_loginController->bindDevice(device, 3001);
+    device.internetPort = m_device.internetPort;
+    emit m_loginController->bindDevice(device, DeviceProtocol::PORT_BASE);
 }
 
 void DeviceManageWidget::changeDeviceAccountFail(QString& message)

@@ -7,6 +7,9 @@
 #include <QPointer>
 #include <QString>
 
+#include <atomic>
+#include <memory>
+
 class QNetworkAccessManager;
 class QNetworkReply;
 class QTcpSocket;
@@ -38,6 +41,11 @@ public:
     // "address" or "address:port"; port stays untouched when the body has none.
     static void splitAddress(const QString& body, QString& address, int& port);
 
+    // Callable from any thread: the operation under way ends at its next wait (within a
+    // fraction of a second) and every later one fails at once. For an owner that goes away.
+    void cancel() { m_cancelled->store(true); }
+    bool isCancelled() const { return m_cancelled->load(); }
+
 public slots:
     void bindDevice(Device& device, int port);
     void requestFinished(QNetworkReply* reply);
@@ -68,6 +76,8 @@ protected:
     static void hangUp(QTcpSocket* socket);
     // Connects the socket's end to its own release.
     static void releaseOnDisconnect(QTcpSocket* socket);
+    // A connection whose waits cancel() breaks; every device connection is made here.
+    QTcpSocket* newSocket(QObject* parent = nullptr) const;
 
     int m_blockSize = 1200;
     QPointer<QTcpSocket> m_socket;
@@ -75,6 +85,8 @@ protected:
     QNetworkAccessManager* m_manager = nullptr;
 
 private:
+    std::shared_ptr<std::atomic<bool>> m_cancelled = std::make_shared<std::atomic<bool>>(false);
+
     bool connectTo(QTcpSocket* socket, const QString& host, int port);
     void storeConnectStatus(Device& device, int status);
     // Greeting, identity check and challenge; true when LOGIN_STATE is "OK".

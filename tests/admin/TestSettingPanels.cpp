@@ -177,14 +177,14 @@ private slots:
         QCOMPARE(find<QLineEdit>(&panel, "edit_emailFrom")->text(), QStringLiteral("fax@example.com"));
         QVERIFY(find<QLineEdit>(&panel, "edit_smtpPwd")->text().isEmpty());
 
-        // The untouched password field goes as an empty password.
+        // The untouched password field is left out.
         find<QLineEdit>(&panel, "edit_smtpUser")->setText(QStringLiteral("office"));
         MessageBoxUtil::Shown box = clickForBox(find<QPushButton>(&panel, "button_apply"));
         QCOMPARE(box.kind, QStringLiteral("info"));
         QCOMPARE(box.text, QStringLiteral("修改公共SMTP设置成功"));
         QVERIFY(lastRequest(*m_settings, "SET_PUB_SMTP_SETTING")
                     .endsWith("<SMTP_ADDR>smtp.example.com</SMTP_ADDR><SMTP_USER>office</SMTP_USER>"
-                              "<EMAIL_ADDR_FROM>fax@example.com</EMAIL_ADDR_FROM><SMTP_PWD></SMTP_PWD>"));
+                              "<EMAIL_ADDR_FROM>fax@example.com</EMAIL_ADDR_FROM>"));
         QCOMPARE(m_settings->device()->smtp().value("SMTP_PWD"), QString());
     }
 
@@ -369,6 +369,7 @@ private slots:
         // A name the device has already: warning, still adding.
         QTest::mouseClick(add, Qt::LeftButton);
         name->setText(QStringLiteral("alice"));
+        find<QLineEdit>(&panel, "edit_password")->setText(QStringLiteral("pw0"));
         MessageBoxUtil::Shown box = clickForBox(apply);
         QCOMPARE(box.kind, QStringLiteral("warning"));
         QCOMPARE(box.title, QStringLiteral("Velkor 信息"));

@@ -147,7 +147,7 @@ private slots:
         QVERIFY(db.queryDevice(bareID).id > 0);
     }
 
-    void deviceUpdatesKeepPortAndStatusInMemoryOnly()
+    void deviceUpdatesKeepStatusInMemoryOnly()
     {
         DatabaseManager db;
         Device device = storeDevice(QStringLiteral("P1"));
@@ -175,11 +175,11 @@ private slots:
         QCOMPARE(one.deviceName, QStringLiteral("o'brien"));
         QCOMPARE(one.devicePassword, QStringLiteral("x'y"));
         QCOMPARE(one.taskID, QStringLiteral("42"));
-        QCOMPARE(one.internetPort, 3001);
+        QCOMPARE(one.internetPort, 4001);
         QCOMPARE(one.connectStatus, 0);
 
         const Device listed = db.queryDevices().value(0);
-        QCOMPARE(listed.internetPort, 3001);
+        QCOMPARE(listed.internetPort, 4001);
         QCOMPARE(listed.connectStatus, 0);
         QCOMPARE(listed.extNumber, QStringLiteral("0802"));
         QCOMPARE(listed.permission, 9);

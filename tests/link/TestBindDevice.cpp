@@ -102,6 +102,7 @@ private slots:
     {
         Scenario s = scenarioAt(QStringLiteral("127.0.0.11"), QStringLiteral("CD11"));
         s.httpPort = 18011;
+        s.basePort = 4001;
         s.addressService.insert(QStringLiteral("CD11"), QStringLiteral("127.0.0.11:4001"));
         auto sim = startSim(s);
         AppSettings::userConfig()->setValue(AppSettings::KEY_ADDRESS_SERVICE_URL, sim->sim()->httpUrl());
@@ -112,7 +113,7 @@ private slots:
         QVERIFY2(r.ok, qPrintable(r.message));
         QCOMPARE(r.device.productID, QStringLiteral("CD11"));
         QCOMPARE(r.device.remoteIP, QStringLiteral("127.0.0.11"));
-        QCOMPARE(r.device.internetPort, 4001); // stored; the bind itself went to 3007
+        QCOMPARE(r.device.internetPort, 4001); // stored, and the bind went to 4007
         QVERIFY(!sim->device()->actionLog().join('\n').contains(QStringLiteral("GET_SVR_INFO")));
     }
 
