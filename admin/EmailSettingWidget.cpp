@@ -36,8 +36,7 @@ void EmailSettingWidget::setDevice(Device& device)
 
 void EmailSettingWidget::showEmailSetting(QString& text)
 {
-    if (!m_load->accept(text))
-        return;
+    m_load->accept(text); // a failed read leaves the fields empty and "应用" off
     // The device never sends the password back; its field keeps what it holds.
     ui->edit_smtpAddress->setText(StringUtil::getValue(text, QStringLiteral("SMTP_ADDR")));
     ui->edit_smtpUser->setText(StringUtil::getValue(text, QStringLiteral("SMTP_USER")));

@@ -81,8 +81,7 @@ void FaxDetailWidget::addHighSpeeds()
 
 void FaxDetailWidget::showFaxSetting(QString& text)
 {
-    if (!m_load->accept(text))
-        return;
+    m_load->accept(text); // a failed read leaves the fields empty and "应用" off
     auto value = [&text](const char* tag) { return StringUtil::getValue(text, QLatin1String(tag)); };
     if (value("SUPPORT_SPEED").toInt() > 5)
         addHighSpeeds();

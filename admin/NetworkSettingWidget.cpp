@@ -55,8 +55,7 @@ void NetworkSettingWidget::setDevice(Device& device)
 
 void NetworkSettingWidget::showNetworkSetting(QString& text)
 {
-    if (!m_load->accept(text))
-        return;
+    m_load->accept(text); // a failed read leaves the fields empty and "应用" off
     auto value = [&text](const char* tag) { return StringUtil::getValue(text, QLatin1String(tag)); };
     ui->edit_macAddress->setText(value("MAC"));
     ui->edit_ipAddress->setText(value("IP"));

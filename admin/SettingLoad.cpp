@@ -35,13 +35,11 @@ void SettingLoad::start()
     m_apply->setEnabled(false);
 }
 
-bool SettingLoad::accept(const QString& reply)
+void SettingLoad::accept(const QString& reply)
 {
     const QString feedback = StringUtil::getValue(reply, QStringLiteral("FEEDBACK"));
-    const bool ok = !reply.trimmed().isEmpty() && (feedback.isEmpty() || feedback == QLatin1String("OK"));
     if (m_reading)
-        m_loaded = ok;
-    return ok;
+        m_loaded = !reply.trimmed().isEmpty() && (feedback.isEmpty() || feedback == QLatin1String("OK"));
 }
 
 void SettingLoad::setBusy(bool busy)

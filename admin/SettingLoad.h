@@ -19,8 +19,8 @@ public:
 
     // A read goes out.
     void start();
-    // The read's reply; true when it holds settings, and the panel may show them.
-    bool accept(const QString& reply);
+    // The read's reply; the read has succeeded when it holds settings.
+    void accept(const QString& reply);
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;

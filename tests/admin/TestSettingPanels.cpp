@@ -185,7 +185,7 @@ private slots:
         QVERIFY(lastRequest(*m_settings, "SET_PUB_SMTP_SETTING")
                     .endsWith("<SMTP_ADDR>smtp.example.com</SMTP_ADDR><SMTP_USER>office</SMTP_USER>"
                               "<EMAIL_ADDR_FROM>fax@example.com</EMAIL_ADDR_FROM>"));
-        QCOMPARE(m_settings->device()->smtp().value("SMTP_PWD"), QString());
+        QCOMPARE(m_settings->device()->smtp().value("SMTP_PWD"), QStringLiteral("secret"));
     }
 
     void timeZoneAndClock()
