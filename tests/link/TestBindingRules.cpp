@@ -114,7 +114,7 @@ private slots:
         QSignalSpy options(&dialog, SIGNAL(openOptions()));
         dialog.show();
         auto* notice = find<QWidget>(&dialog, "widget_no_address_service");
-        QVERIFY(notice->isVisible());
+        QVERIFY(notice && notice->isVisible());
         QTest::mouseClick(find<QPushButton>(&dialog, "button_options"), Qt::LeftButton);
         QCOMPARE(options.count(), 1);
         dialog.hide();
@@ -133,14 +133,14 @@ private slots:
         auto sim = TestSupport::startSim(s);
         auto* dialog = new BindDeviceDialog;
         dialog->show();
-        QPushButton* verify = typeAndVerify(*dialog, QStringLiteral("127.0.5.23"));
-        QVERIFY(!verify->isEnabled());
+        const bool waits = !typeAndVerify(*dialog, QStringLiteral("127.0.5.23"))->isEnabled();
         QTRY_VERIFY(sim->device()->actionLog().join('\n').contains(QStringLiteral("(fault)")));
         QElapsedTimer clock;
         clock.start();
         delete dialog;
         QVERIFY2(clock.elapsed() < DeviceProtocol::CONNECT_TIMEOUT_MS, qPrintable(QString::number(clock.elapsed())));
         QVERIFY(DatabaseManager().queryDevices().isEmpty());
+        QVERIFY(waits);
     }
 };
 
