@@ -6,7 +6,11 @@
 #include "SimTestSupport.h"
 #include "Device.h"
 #include "MD5Util.h"
+#include "MessageBoxUtil.h"
+#include "TestSupport.h"
 
+#include <QLabel>
+#include <QPushButton>
 #include <QSignalSpy>
 #include <QStringList>
 #include <QTest>
@@ -59,6 +63,23 @@ inline int countInLog(DeviceSimRunner& sim, const QString& text)
     for (const QString& line : sim.device()->actionLog())
         count += line.contains(text) ? 1 : 0;
     return count;
+}
+
+// Waits until the panel's command has finished.
+inline bool idle(QWidget* panel)
+{
+    auto* busy = TestSupport::find<QLabel>(panel, "label_busy");
+    return QTest::qWaitFor([busy] { return busy->isHidden(); }, 20000);
+}
+
+// Clicks and returns the one message box that follows.
+inline MessageBoxUtil::Shown clickForBox(QPushButton* button)
+{
+    MessageBoxUtil::clear();
+    QTest::mouseClick(button, Qt::LeftButton);
+    if (!QTest::qWaitFor([] { return !MessageBoxUtil::shown().isEmpty(); }, 20000))
+        return {};
+    return MessageBoxUtil::takeShown().first();
 }
 
 } // namespace AdminTestSim

@@ -20,25 +20,6 @@
 using namespace AdminTestSim;
 using TestSupport::find;
 
-namespace {
-
-bool idle(QWidget* panel)
-{
-    auto* busy = find<QLabel>(panel, "label_busy");
-    return QTest::qWaitFor([busy] { return busy->isHidden(); }, 20000);
-}
-
-MessageBoxUtil::Shown clickForBox(QPushButton* button)
-{
-    MessageBoxUtil::clear();
-    QTest::mouseClick(button, Qt::LeftButton);
-    if (!QTest::qWaitFor([] { return !MessageBoxUtil::shown().isEmpty(); }, 20000))
-        return {};
-    return MessageBoxUtil::takeShown().first();
-}
-
-} // namespace
-
 // What the device did not give is neither written back nor lost in silence.
 class TestFailedLoads : public QObject
 {

@@ -22,23 +22,6 @@ using TestSupport::find;
 
 namespace {
 
-// Waits until the panel's command has finished.
-bool idle(QWidget* panel)
-{
-    auto* busy = find<QLabel>(panel, "label_busy");
-    return QTest::qWaitFor([busy] { return busy->isHidden(); }, 20000);
-}
-
-// Clicks and returns the one message box that follows.
-MessageBoxUtil::Shown clickForBox(QPushButton* button)
-{
-    MessageBoxUtil::clear();
-    QTest::mouseClick(button, Qt::LeftButton);
-    if (!QTest::qWaitFor([] { return !MessageBoxUtil::shown().isEmpty(); }, 20000))
-        return {};
-    return MessageBoxUtil::takeShown().first();
-}
-
 QString checkedBoxes(QWidget* panel)
 {
     QStringList names;
