@@ -8,7 +8,8 @@
 
 // A worker's connection to a device whose waits its owner can break from another thread: each
 // wait watches the connection in short slices and gives up, aborting the connection, once the
-// shared flag is set. Everything else is a plain QTcpSocket.
+// shared flag is set. Everything else is a plain QTcpSocket. A connection still being made has
+// no descriptor to watch yet: that wait runs out (it is the short connect wait).
 class DeviceSocket : public QTcpSocket
 {
     Q_OBJECT
