@@ -8,14 +8,18 @@
 
 // A worker's connection to a device whose waits its owner can break from another thread: each
 // wait watches the connection in short slices and gives up, aborting the connection, once the
-// shared flag is set. Everything else is a plain QTcpSocket. A connection still being made has
-// no descriptor to watch yet: that wait runs out (it is the short connect wait).
+// shared flag is set. Everything else is a plain QTcpSocket.
 class DeviceSocket : public QTcpSocket
 {
     Q_OBJECT
 
 public:
     explicit DeviceSocket(std::shared_ptr<const std::atomic<bool>> cancelled, QObject* parent = nullptr);
+
+    // Connects and waits up to msecs. An address is connected to here, so that the wait can be
+    // broken too (Qt shows no descriptor before the connection stands); a name goes through
+    // Qt's own lookup and connect, whose wait runs out.
+    bool connectToDevice(const QString& host, quint16 port, int msecs);
 
     bool waitForConnected(int msecs = 30000) override;
     bool waitForReadyRead(int msecs = 30000) override;

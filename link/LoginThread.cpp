@@ -93,14 +93,13 @@ void LoginThread::requestFinished(QNetworkReply* reply)
         LogUtil::d(QStringLiteral("dataString:%1").arg(reply->errorString()));
 }
 
-bool LoginThread::connectTo(QTcpSocket* socket, const QString& host, int port)
+bool LoginThread::connectTo(DeviceSocket* socket, const QString& host, int port)
 {
     if (socket->state() != QAbstractSocket::UnconnectedState)
         socket->abort();
     if (host.isEmpty() || isCancelled())
         return false;
-    socket->connectToHost(host, quint16(port), QIODevice::ReadWrite, QAbstractSocket::AnyIPProtocol);
-    return socket->waitForConnected(DeviceProtocol::connectTimeout());
+    return socket->connectToDevice(host, quint16(port), DeviceProtocol::connectTimeout());
 }
 
 void LoginThread::storeConnectStatus(Device& device, int status)
@@ -170,7 +169,7 @@ QString LoginThread::exchange(QTcpSocket* socket, const QString& request, bool w
     return readReply(socket, DeviceProtocol::replyTimeout(), QByteArray(), needed);
 }
 
-QTcpSocket* LoginThread::newSocket(QObject* parent) const
+DeviceSocket* LoginThread::newSocket(QObject* parent) const
 {
     return new DeviceSocket(m_cancelled, parent);
 }
@@ -235,7 +234,7 @@ QTcpSocket* LoginThread::login(Device& device, int port)
     if (isCancelled())
         return nullptr;
     const int internetPort = DeviceProtocol::internetPort(port, device.internetPort);
-    QTcpSocket* socket = newSocket();
+    DeviceSocket* socket = newSocket();
     m_socket = socket;
     LogUtil::d(QStringLiteral("remoteIP:%1 , port:%2").arg(device.remoteIP).arg(internetPort));
 
@@ -284,7 +283,7 @@ QTcpSocket* LoginThread::loginToVoiceListen(Device& device, int port, int udpPor
         m_socket->abort();
         delete m_socket;
     }
-    QTcpSocket* socket = newSocket(this);
+    DeviceSocket* socket = newSocket(this);
     m_socket = socket;
     bool connected = connectTo(socket, device.localIP, port)
         || connectTo(socket, device.remoteIP, DeviceProtocol::internetPort(port, device.internetPort));
@@ -337,7 +336,7 @@ void LoginThread::bindDevice(Device& device, int port)
     // The internet address has ports of its own, counted from the device's base port.
     const int targetPort = device.localIP.isEmpty() ? DeviceProtocol::internetPort(port, device.internetPort) : port;
 
-    QTcpSocket* socket = newSocket();
+    DeviceSocket* socket = newSocket();
     m_socket = socket;
     if (!connectTo(socket, target, targetPort)) {
         fail(socket);

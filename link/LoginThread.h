@@ -10,6 +10,7 @@
 #include <atomic>
 #include <memory>
 
+class DeviceSocket;
 class QNetworkAccessManager;
 class QNetworkReply;
 class QTcpSocket;
@@ -78,7 +79,7 @@ protected:
     // Connects the socket's end to its own release.
     static void releaseOnDisconnect(QTcpSocket* socket);
     // A connection whose waits cancel() breaks; every device connection is made here.
-    QTcpSocket* newSocket(QObject* parent = nullptr) const;
+    DeviceSocket* newSocket(QObject* parent = nullptr) const;
 
     int m_blockSize = 1200;
     QPointer<QTcpSocket> m_socket;
@@ -88,7 +89,7 @@ protected:
 private:
     std::shared_ptr<std::atomic<bool>> m_cancelled = std::make_shared<std::atomic<bool>>(false);
 
-    bool connectTo(QTcpSocket* socket, const QString& host, int port);
+    bool connectTo(DeviceSocket* socket, const QString& host, int port);
     void storeConnectStatus(Device& device, int status);
     // Greeting, identity check and challenge; true when LOGIN_STATE is "OK".
     enum class LoginResult { Ok, NoGreeting, WrongId, Refused };

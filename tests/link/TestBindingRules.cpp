@@ -138,7 +138,7 @@ private slots:
         QElapsedTimer clock;
         clock.start();
         delete dialog;
-        QVERIFY2(clock.elapsed() < DeviceProtocol::CONNECT_TIMEOUT_MS, qPrintable(QString::number(clock.elapsed())));
+        QVERIFY2(clock.elapsed() < 1000, qPrintable(QString::number(clock.elapsed()))); // within a second
         QVERIFY(DatabaseManager().queryDevices().isEmpty());
         QVERIFY(waits);
     }

@@ -6,7 +6,19 @@
 
 #include <QApplication>
 
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
 using namespace Robustness;
+
+namespace {
+
+// The work under way must end within this when its owner goes.
+constexpr qint64 CANCEL_MS = 1000;
+
+} // namespace
 
 // Closing a window whose device work hangs: the work's controller goes at once, and the store
 // keeps what it had.
@@ -66,9 +78,33 @@ private slots:
         QElapsedTimer clock;
         clock.start();
         delete controller;
-        QVERIFY2(clock.elapsed() < DeviceProtocol::CONNECT_TIMEOUT_MS, qPrintable(QString::number(clock.elapsed())));
+        QVERIFY2(clock.elapsed() < CANCEL_MS, qPrintable(QString::number(clock.elapsed())));
         QVERIFY(storedConnectStatus(device.id) != 2); // a cancelled login says nothing of the device
         QCOMPARE(reloadDevice(device.productID).taskID, QStringLiteral("7"));
+    }
+
+    // An address whose queue of new connections is full: the connect itself waits.
+    void ownerGoesDuringConnect()
+    {
+        sockaddr_in at{};
+        at.sin_family = AF_INET;
+        at.sin_port = htons(DeviceProtocol::PORT_COMMAND);
+        inet_pton(AF_INET, "127.0.5.45", &at.sin_addr);
+        const int listener = ::socket(AF_INET, SOCK_STREAM, 0);
+        const int queued = ::socket(AF_INET, SOCK_STREAM, 0);
+        QVERIFY(::bind(listener, reinterpret_cast<sockaddr*>(&at), sizeof at) == 0 && ::listen(listener, 0) == 0);
+        QVERIFY(::connect(queued, reinterpret_cast<sockaddr*>(&at), sizeof at) == 0);
+        Device device = storedDevice(scenarioAt(QStringLiteral("127.0.5.45")));
+        auto* admin = new DeviceController;
+        emit admin->getServerInfomation(device);
+        QTest::qWait(300);
+        QElapsedTimer clock;
+        clock.start();
+        delete admin;
+        const qint64 elapsed = clock.elapsed();
+        ::close(queued);
+        ::close(listener);
+        QVERIFY2(elapsed < CANCEL_MS, qPrintable(QString::number(elapsed)));
     }
 };
 
