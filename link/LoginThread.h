@@ -43,8 +43,8 @@ public:
     static void splitAddress(const QString& body, QString& address, int& port);
 
     // Callable from any thread: the operation under way ends at its next wait (within a
-    // fraction of a second; a connect under way first runs out its own short wait) and every
-    // later one fails at once. For an owner that goes away.
+    // fraction of a second; a connect to a host name first runs out its own short wait) and
+    // every later one fails at once. For an owner that goes away.
     void cancel() { m_cancelled->store(true); }
     bool isCancelled() const { return m_cancelled->load(); }
 
