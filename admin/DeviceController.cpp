@@ -61,6 +61,7 @@ DeviceController::DeviceController(QObject* parent) : QObject(parent), m_worker(
     connect(m_worker, &W::returnTimeSetting, this, &C::getTimeSettingSuccess);
     connect(m_worker, &W::returnDeviceLog, this, &C::getDeviceLogSuccess);
     connect(m_worker, &W::showDeviceLogProgress, this, &C::showDeviceProgress);
+    connect(m_worker, &W::returnDeviceLogFailedDays, this, &C::returnDeviceLogFailedDays);
     connect(m_worker, &W::returnUserList, this, &C::getUserListSuccess);
     connect(m_worker, &W::returnUserInfo, this, &C::getUserInfoSuccess);
     connect(m_worker, &W::returnDeleteUser, this, &C::deleteUserInfoResult);
@@ -82,6 +83,8 @@ DeviceController::DeviceController(QObject* parent) : QObject(parent), m_worker(
 
 DeviceController::~DeviceController()
 {
+    // The work under way ends at its next wait, so closing a window never waits on a device.
+    m_worker->cancel();
     m_thread.quit();
     m_thread.wait();
 }

@@ -7,6 +7,7 @@
 #include <QList>
 #include <QObject>
 #include <QString>
+#include <QStringList>
 #include <QThread>
 
 class DeviceManageThread;
@@ -40,7 +41,8 @@ signals:
     void getUserList(Device& device);
     void getUserInfo(Device& device, QString& userName);
     void deleteUser(Device& device, QString& userName);
-    // action is "ADD_USER" or "MODIFY_USER"; password "******" on a modify keeps the old one.
+    // action is "ADD_USER" or "MODIFY_USER"; an empty password (or "******") on a modify keeps the
+    // old one, an empty SMTP password always does.
     void setUserInfo(Device& device, QString& userName, QString& password, QString& extNum, QString& permission,
                      QString& emailOpt, QString& smtpAddr, QString& smtpUser, QString& smtpPwd, QString& emailFrom,
                      QString& emailTo, QString& action);
@@ -74,6 +76,7 @@ signals:
     void returnTimeSetting(QString& text);
     void returnDeviceLog(QString& path);
     void showDeviceLogProgress(QString& date, int percent);
+    void returnDeviceLogFailedDays(QStringList days);
     void returnUserList(QString& list);
     void returnUserInfo(QString& text);
     void returnDeleteUserResult(QString& feedback);

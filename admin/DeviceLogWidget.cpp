@@ -27,6 +27,7 @@ DeviceLogWidget::DeviceLogWidget(QWidget* parent)
     connect(m_controller, &DeviceController::showDeviceLogProgress, this, &DeviceLogWidget::showProgress);
     connect(m_controller, &DeviceController::returnDeviceLog, this, &DeviceLogWidget::openDeviceLog);
     connect(m_controller, &DeviceController::busyChanged, this, &DeviceLogWidget::setBusy);
+    connect(m_controller, &DeviceController::returnDeviceLogFailedDays, this, &DeviceLogWidget::showFailedDays);
 }
 
 DeviceLogWidget::~DeviceLogWidget()
@@ -38,6 +39,17 @@ void DeviceLogWidget::setBusy(bool busy)
 {
     ui->label_busy->setVisible(busy);
     ui->button_view_log->setEnabled(!busy);
+    // A fetch that ended without its log leaves no half-full bar behind.
+    if (!busy && ui->progressBar->value() < 100) {
+        ui->label_progress->clear();
+        ui->progressBar->setValue(0);
+    }
+}
+
+void DeviceLogWidget::showFailedDays(const QStringList& days)
+{
+    MessageBoxUtil::warningMsg(this, QStringLiteral("Velkor消息"),
+                               tr("以下日期的日志未能从设备取得：%1").arg(days.join(QStringLiteral(", "))));
 }
 
 void DeviceLogWidget::setDevice(Device& device)
@@ -49,6 +61,7 @@ void DeviceLogWidget::on_button_view_log_clicked()
 {
     const QDateTime from(ui->date_begin->date(), QTime(0, 0));
     const QDateTime to(ui->date_end->date(), QTime(0, 0));
+    ui->progressBar->setValue(0);
     emit m_controller->getDeviceLog(m_device, from, to);
 }
 

@@ -34,6 +34,7 @@ public slots:
 private slots:
     void on_button_view_log_clicked();
     void setBusy(bool busy);
+    void showFailedDays(const QStringList& days);
 
 protected:
     void changeEvent(QEvent* event) override;

@@ -48,6 +48,13 @@ QString element(const QString& name, const QString& value)
     return QLatin1Char('<') + name + QLatin1Char('>') + value + QStringLiteral("</") + name + QLatin1Char('>');
 }
 
+// A password the user did not type is left out, and the device keeps the one it has (it never
+// sends it back, so the client cannot know it).
+QString optionalPassword(const QString& name, const QString& value)
+{
+    return value.isEmpty() ? QString() : element(name, value);
+}
+
 QString action(const QString& verb)
 {
     return element(QStringLiteral("ACTION"), verb);
@@ -199,7 +206,7 @@ void DeviceManageThread::setEmailSetting(Device& device, QString& smtpAddr, QStr
     DoneGuard done(this);
     const QString request = action(QStringLiteral("SET_PUB_SMTP_SETTING")) + element(QStringLiteral("SMTP_ADDR"), smtpAddr)
         + element(QStringLiteral("SMTP_USER"), smtpUser) + element(QStringLiteral("EMAIL_ADDR_FROM"), emailFrom)
-        + element(QStringLiteral("SMTP_PWD"), smtpPwd);
+        + optionalPassword(QStringLiteral("SMTP_PWD"), smtpPwd);
     feedbackCommand(device, request, &DeviceManageThread::returnSettingResult);
 }
 
@@ -270,13 +277,14 @@ void DeviceManageThread::setUserInfo(Device& device, QString& userName, QString&
 {
     DoneGuard done(this);
     QString request = action(verb) + element(QStringLiteral("USER_NAME"), userName);
-    // "******" stands for "unchanged" on a modify; the device then keeps the password.
-    const bool keepPassword = verb == QLatin1String("MODIFY_USER") && password == QLatin1String("******");
+    // An empty password, or "******", on a modify leaves the element out: the device keeps its own.
+    const bool keepPassword = verb == QLatin1String("MODIFY_USER")
+        && (password.isEmpty() || password == QLatin1String("******"));
     if (!keepPassword)
         request += element(QStringLiteral("USER_PWD"), MD5Util::call128MD5(password.toUtf8()));
     request += element(QStringLiteral("EXT_NUM"), extNum) + element(QStringLiteral("PERMISSION"), permission)
         + element(QStringLiteral("EMAIL_OPT"), emailOpt) + element(QStringLiteral("SMTP_ADDR"), smtpAddr)
-        + element(QStringLiteral("SMTP_USER"), smtpUser) + element(QStringLiteral("SMTP_PWD"), smtpPwd)
+        + element(QStringLiteral("SMTP_USER"), smtpUser) + optionalPassword(QStringLiteral("SMTP_PWD"), smtpPwd)
         + element(QStringLiteral("EMAIL_FROM"), emailFrom) + element(QStringLiteral("EMAIL_TO"), emailTo);
     feedbackCommand(device, request, &DeviceManageThread::returnModifyUserResult);
 }
@@ -530,40 +538,51 @@ bool DeviceManageThread::uploadConfiguration(QTcpSocket* socket, const QString& 
 void DeviceManageThread::getDeviceLog(Device& device, QDateTime from, QDateTime to)
 {
     DoneGuard done(this);
-    QTcpSocket* socket = login(device, DeviceProtocol::PORT_COMMAND);
-    if (!socket)
-        return;
     const QString path = FileUtil::createDir(gUser.nickname + QLatin1Char('/') + device.productID) + QLatin1Char('/')
         + QStringLiteral("%1-%2.txt").arg(from.toString(QStringLiteral("yyyy_MM_dd")), to.toString(QStringLiteral("yyyy_MM_dd")));
 
-    // A second query with the same dates appends; the file changes only when all days came.
+    // A second query with the same dates appends; a day goes into the file only when it came whole.
     QSaveFile out(path);
     bool ok = out.open(QIODevice::WriteOnly | QIODevice::Text) && copyExisting(path, out);
     QTextCodec* gbk = QTextCodec::codecForName("gbk");
+    QStringList failed;
+    QTcpSocket* socket = nullptr;
     // Seven days from the first date, whatever the second says: it only names the file.
     for (int i = 0; ok && i < 7; ++i) {
         QString date = from.addDays(i).toString(QStringLiteral("yyyy-MM-dd"));
+        // After a failed day the old connection is in no known state: the next day gets a new one.
+        if (!socket && !(socket = login(device, DeviceProtocol::PORT_COMMAND))) {
+            for (int rest = i; rest < 7; ++rest)
+                failed << from.addDays(rest).toString(QStringLiteral("yyyy-MM-dd"));
+            break; // a device that refuses or ignores a login will not take the next one either
+        }
         const QString reply = exchange(socket, downFileRequest(QStringLiteral("$STG_DIR$log\\") + date + QStringLiteral(".log"),
                                                                m_blockSize),
                                        false, QStringLiteral("FILE_LEN"));
-        if (reply.isEmpty()) {
-            ok = false; // silent or gone: the remaining days cannot come either
-            break;
-        }
-        if (feedback(reply) != QLatin1String("OK"))
+        if (!reply.isEmpty() && feedback(reply) != QLatin1String("OK"))
             continue; // no log that day
         const qint64 fileLength = StringUtil::getValue(reply, QStringLiteral("FILE_LEN")).toLongLong();
         // One decoder for the day, so that a character split between two blocks stays whole.
         std::unique_ptr<QTextDecoder> decoder(gbk->makeDecoder());
-        ok = receiveBlocks(socket, fileLength, [&](const QByteArray& block, qint64 count) {
-            const QByteArray local = decoder->toUnicode(block).toLocal8Bit();
-            int percent = fileLength > 0 ? int(count * 100 / fileLength) : 0;
-            emit showDeviceLogProgress(date, percent);
-            return out.write(local) == local.size();
+        QByteArray day;
+        const bool whole = !reply.isEmpty() && receiveBlocks(socket, fileLength, [&](const QByteArray& block, qint64 count) {
+            day += decoder->toUnicode(block).toLocal8Bit();
+            emit showDeviceLogProgress(date, fileLength > 0 ? int(count * 100 / fileLength) : 0);
+            return true;
         });
+        if (whole) {
+            ok = out.write(day) == day.size();
+            continue;
+        }
+        failed << date;
+        hangUp(socket);
+        socket = nullptr;
     }
-    hangUp(socket);
-    if (!ok || !out.commit()) {
+    if (socket)
+        hangUp(socket);
+    if (!failed.isEmpty())
+        emit returnDeviceLogFailedDays(failed);
+    if (!ok || failed.size() == 7 || !out.commit()) {
         out.cancelWriting();
         return;
     }

@@ -7,6 +7,7 @@
 #include <QDateTime>
 #include <QList>
 #include <QString>
+#include <QStringList>
 
 class QFile;
 class QIODevice;
@@ -75,6 +76,8 @@ signals:
     void returnTimeSetting(QString& text);
     void returnDeviceLog(QString& path);
     void showDeviceLogProgress(QString& date, int percent);
+    // The days (yyyy-MM-dd) of a log fetch that did not come; the others are in the file.
+    void returnDeviceLogFailedDays(QStringList days);
     void returnUserList(QString& list);
     void returnUserInfo(QString& text);
     void returnDeleteUser(QString& feedback);

@@ -2,6 +2,7 @@
 #include "ui_DeviceManageWidget.h"
 
 #include "DatabaseManager.h"
+#include "DeviceProtocol.h"
 #include "DeviceController.h"
 #include "DeviceListDelegate.h"
 #include "DeviceLogWidget.h"
@@ -148,20 +149,26 @@ void DeviceManageWidget::changeDeviceAccount(QString account, QString password)
     device.remoteIP = m_device.remoteIP;
     device.extNumber = m_device.extNumber;
     device.permission = m_device.permission;
-    device.internetPort = 3001;
-    emit m_loginController->bindDevice(device, 3001);
+    device.internetPort = m_device.internetPort;
+    if (m_accountDialog)
+        m_accountDialog->setBusy(true); // one bind at a time
+    emit m_loginController->bindDevice(device, DeviceProtocol::PORT_BASE);
 }
 
 void DeviceManageWidget::changeDeviceAccountFail(QString& message)
 {
     // The dialog stays open for another try.
+    if (m_accountDialog)
+        m_accountDialog->setBusy(false);
     MessageBoxUtil::warningMsg(this, QStringLiteral("Velkor"), message);
 }
 
 void DeviceManageWidget::changeDeviceAccountSuccess(Device& device)
 {
-    if (m_accountDialog)
+    if (m_accountDialog) {
+        m_accountDialog->setBusy(false);
         m_accountDialog->close();
+    }
     device.id = m_device.id;
     device.taskID = QStringLiteral("0");
     DatabaseManager db;

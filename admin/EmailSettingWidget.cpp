@@ -2,6 +2,7 @@
 #include "ui_EmailSettingWidget.h"
 
 #include "DeviceController.h"
+#include "SettingLoad.h"
 #include "MessageBoxUtil.h"
 #include "StringUtil.h"
 
@@ -9,6 +10,7 @@ EmailSettingWidget::EmailSettingWidget(QWidget* parent)
     : QWidget(parent), ui(new Ui::EmailSettingWidget), m_controller(new DeviceController(this))
 {
     ui->setupUi(this);
+    m_load = new SettingLoad(m_controller, ui->label_busy, ui->button_apply);
     setBusy(false);
     connect(m_controller, &DeviceController::returnEmailSetting, this, &EmailSettingWidget::showEmailSetting);
     connect(m_controller, &DeviceController::returnSettingResult, this, &EmailSettingWidget::settingEmailFeedback);
@@ -23,17 +25,18 @@ EmailSettingWidget::~EmailSettingWidget()
 void EmailSettingWidget::setBusy(bool busy)
 {
     ui->label_busy->setVisible(busy);
-    ui->button_apply->setEnabled(!busy);
 }
 
 void EmailSettingWidget::setDevice(Device& device)
 {
     m_device = device;
+    m_load->start();
     emit m_controller->getEmailSetting(m_device);
 }
 
 void EmailSettingWidget::showEmailSetting(QString& text)
 {
+    m_load->accept(text); // a failed read leaves the fields empty and "应用" off
     // The device never sends the password back; its field keeps what it holds.
     ui->edit_smtpAddress->setText(StringUtil::getValue(text, QStringLiteral("SMTP_ADDR")));
     ui->edit_smtpUser->setText(StringUtil::getValue(text, QStringLiteral("SMTP_USER")));

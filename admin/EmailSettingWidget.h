@@ -6,6 +6,7 @@
 #include <QWidget>
 
 class DeviceController;
+class SettingLoad;
 
 namespace Ui {
 class EmailSettingWidget;
@@ -36,4 +37,5 @@ private:
     Ui::EmailSettingWidget* ui;
     Device m_device;
     DeviceController* m_controller;
+    SettingLoad* m_load;
 };

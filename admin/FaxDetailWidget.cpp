@@ -2,6 +2,7 @@
 #include "ui_FaxDetailWidget.h"
 
 #include "DeviceController.h"
+#include "SettingLoad.h"
 #include "MessageBoxUtil.h"
 #include "StringUtil.h"
 
@@ -30,10 +31,12 @@ FaxDetailWidget::FaxDetailWidget(Device& device, QString& line, QWidget* parent)
       m_controller(new DeviceController(this))
 {
     ui->setupUi(this);
+    m_load = new SettingLoad(m_controller, ui->label_busy, ui->button_apply);
     setBusy(false);
     connect(m_controller, &DeviceController::returnFaxSetting, this, &FaxDetailWidget::showFaxSetting);
     connect(m_controller, &DeviceController::returnSettingResult, this, &FaxDetailWidget::settingFaxFeedback);
     connect(m_controller, &DeviceController::busyChanged, this, &FaxDetailWidget::setBusy);
+    m_load->start();
     emit m_controller->getFaxSetting(m_device, m_line);
 }
 
@@ -66,7 +69,6 @@ void FaxDetailWidget::setBusy(bool busy)
 {
     ui->label_busy->setVisible(busy);
     ui->widget_form->setEnabled(!busy);
-    ui->button_apply->setEnabled(!busy);
 }
 
 void FaxDetailWidget::addHighSpeeds()
@@ -79,6 +81,7 @@ void FaxDetailWidget::addHighSpeeds()
 
 void FaxDetailWidget::showFaxSetting(QString& text)
 {
+    m_load->accept(text); // a failed read leaves the fields empty and "应用" off
     auto value = [&text](const char* tag) { return StringUtil::getValue(text, QLatin1String(tag)); };
     if (value("SUPPORT_SPEED").toInt() > 5)
         addHighSpeeds();

@@ -6,6 +6,7 @@
 #include <QWidget>
 
 class DeviceController;
+class SettingLoad;
 
 namespace Ui {
 class FaxDetailWidget;
@@ -43,4 +44,5 @@ private:
     Device m_device;
     QString m_line;
     DeviceController* m_controller;
+    SettingLoad* m_load;
 };

@@ -2,6 +2,7 @@
 #include "ui_NetworkSettingWidget.h"
 
 #include "DeviceController.h"
+#include "SettingLoad.h"
 #include "MessageBoxUtil.h"
 #include "StringUtil.h"
 
@@ -23,6 +24,7 @@ NetworkSettingWidget::NetworkSettingWidget(QWidget* parent)
       m_group(new QButtonGroup(this))
 {
     ui->setupUi(this);
+    m_load = new SettingLoad(m_controller, ui->label_busy, ui->button_apply);
     setBusy(false);
     m_group->addButton(ui->radio_manual, 0);
     m_group->addButton(ui->radio_dhcp, 1);
@@ -42,17 +44,18 @@ NetworkSettingWidget::~NetworkSettingWidget()
 void NetworkSettingWidget::setBusy(bool busy)
 {
     ui->label_busy->setVisible(busy);
-    ui->button_apply->setEnabled(!busy);
 }
 
 void NetworkSettingWidget::setDevice(Device& device)
 {
     m_device = device;
+    m_load->start();
     emit m_controller->getNetworkSetting(m_device);
 }
 
 void NetworkSettingWidget::showNetworkSetting(QString& text)
 {
+    m_load->accept(text); // a failed read leaves the fields empty and "应用" off
     auto value = [&text](const char* tag) { return StringUtil::getValue(text, QLatin1String(tag)); };
     ui->edit_macAddress->setText(value("MAC"));
     ui->edit_ipAddress->setText(value("IP"));

@@ -6,6 +6,7 @@
 #include <QWidget>
 
 class DeviceController;
+class SettingLoad;
 class QButtonGroup;
 
 namespace Ui {
@@ -38,6 +39,7 @@ private:
     Ui::NetworkSettingWidget* ui;
     Device m_device;
     DeviceController* m_controller;
+    SettingLoad* m_load;
     QButtonGroup* m_group;
     QString m_dhcpEnable; // "disable" (addresses typed) or "enable"
     bool m_verify = false; // the device drops the change when the client cannot reach it again

@@ -8,12 +8,6 @@
 
 #include <QSignalBlocker>
 
-namespace {
-
-const QString UNCHANGED = QStringLiteral("******");
-
-} // namespace
-
 UserAccountWidget::UserAccountWidget(QWidget* parent)
     : QWidget(parent), ui(new Ui::UserAccountWidget), m_controller(new DeviceController(this))
 {
@@ -111,9 +105,9 @@ void UserAccountWidget::showUserInfo(QString& text)
     ui->edit_smtpUser->setText(value("SMTP_USER"));
     ui->edit_emailFrom->setText(value("EMAIL_FROM"));
     ui->edit_emailTo->setText(value("EMAIL_TO"));
-    // The passwords never come back: "******" stands for "keep it".
-    ui->edit_password->setText(UNCHANGED);
-    ui->edit_smtpPwd->setText(UNCHANGED);
+    // The passwords never come back: an empty field keeps the device's.
+    ui->edit_password->clear();
+    ui->edit_smtpPwd->clear();
     setPermission(value("PERMISSION").toInt());
     const int option = value("EMAIL_OPT").toInt();
     ui->combo_forward_condition->setCurrentIndex(qBound(0, option % 4, 2));
@@ -138,8 +132,8 @@ void UserAccountWidget::on_button_addUser_clicked()
     ui->button_apply->setText(tr("确定"));
     ui->listWidget->setEnabled(false);
     ui->edit_username->setEnabled(true);
-    for (QLineEdit* edit : {ui->edit_username, ui->edit_extNum, ui->edit_smtpAddress, ui->edit_smtpUser,
-                            ui->edit_emailFrom, ui->edit_emailTo})
+    for (QLineEdit* edit : {ui->edit_username, ui->edit_password, ui->edit_extNum, ui->edit_smtpAddress,
+                            ui->edit_smtpUser, ui->edit_smtpPwd, ui->edit_emailFrom, ui->edit_emailTo})
         edit->clear();
     for (QCheckBox* box : {ui->check_admin, ui->check_distributor, ui->check_fax2email, ui->check_send})
         box->setEnabled(true);
@@ -189,6 +183,10 @@ void UserAccountWidget::on_button_apply_clicked()
     if (name.isEmpty())
         return;
     QString password = ui->edit_password->text();
+    if (m_adding && password.isEmpty()) {
+        MessageBoxUtil::warningMsg(this, QStringLiteral("Velkor 信息"), tr("请为新用户输入密码"));
+        return;
+    }
     QString ext = ui->edit_extNum->text();
     QString rights = QString::number(permission());
     QString option = QString::number(

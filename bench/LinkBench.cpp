@@ -6,6 +6,9 @@
 //       upload (SendFaxThread::sendFax) and download (ReceiveFaxThread::downloadFaxInfo2) of
 //       a fax of <bytes>, next to a bare socket ping-pong of the same 1200-byte blocks, each
 //       asked for by the same ready token.
+//   bench_link cancel <home> <runs>
+//       a bind whose device takes the connection and never greets, its controller destroyed
+//       (as when "添加设备" is closed) while the bind waits; the worst time that takes.
 
 #include "BenchSupport.h"
 
@@ -13,6 +16,7 @@
 #include "DeviceProtocol.h"
 #include "DeviceSimRunner.h"
 #include "ImageUtil.h"
+#include "LoginController.h"
 #include "LoginThread.h"
 #include "MD5Util.h"
 #include "ReceiveFaxThread.h"
@@ -24,6 +28,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QImage>
+#include <QThread>
 #include <QTransform>
 
 #include <arpa/inet.h>
@@ -277,6 +282,35 @@ int transfer(const QString& home, int bytes)
 
 namespace {
 
+int cancel(const QString& home, int runs)
+{
+    useHome(home);
+    loginBenchUser();
+    Scenario scenario = scenarioAt(QStringLiteral("127.0.5.250"));
+    scenario.faults << SimFault::make(QStringLiteral("GREETING"), SimFault::Silent);
+    auto sim = startSim(scenario);
+    if (!sim)
+        return 1;
+    double worst = 0;
+    for (int i = 0; i < runs; ++i) {
+        auto* controller = new LoginController;
+        Device device;
+        device.localIP = scenario.address;
+        device.deviceName = QStringLiteral("admin");
+        device.devicePassword = QStringLiteral("admin");
+        emit controller->bindDevice(device, DeviceProtocol::PORT_COMMAND);
+        QThread::msleep(200); // connected, waiting for the greeting
+        const double t = now();
+        delete controller;
+        worst = qMax(worst, now() - t);
+    }
+    // Every run reached the device and sat in its wait.
+    if (sim->device()->actionLog().filter(QStringLiteral("no greeting")).size() != runs)
+        return 1;
+    result({QStringLiteral("runs=%1").arg(runs), "worst_ms=" + num(worst * 1000, 1)});
+    return worst < 1.0 ? 0 : 1;
+}
+
 int command(const QStringList& args)
 {
     const QString command = args.value(0);
@@ -284,7 +318,9 @@ int command(const QStringList& args)
         return status(args.at(1), args.at(2).toInt());
     if (command == QLatin1String("transfer") && args.size() >= 3)
         return transfer(args.at(1), args.at(2).toInt());
-    std::fprintf(stderr, "usage: bench_link status <home> <jobs> | transfer <home> <bytes>\n");
+    if (command == QLatin1String("cancel") && args.size() >= 3)
+        return cancel(args.at(1), args.at(2).toInt());
+    std::fprintf(stderr, "usage: bench_link status <home> <jobs> | transfer <home> <bytes> | cancel <home> <runs>\n");
     return 2;
 }
 

@@ -3,6 +3,7 @@
 #include "QAESEncryption.h"
 
 #include <QCryptographicHash>
+#include <QTextCodec>
 
 namespace {
 const char PASS_PHRASE[] = "Qorvim";
@@ -22,7 +23,12 @@ QByteArray AESUtil::iv()
 QByteArray AESUtil::encode(QString& text)
 {
     QAESEncryption encryption(QAESEncryption::AES_256, QAESEncryption::ECB, QAESEncryption::ISO);
-    return encryption.encode(text.toLocal8Bit(), key(), iv());
+    QByteArray bytes = text.toUtf8();
+    // Whole blocks get no padding, so a last byte 0x80 would be read back as the padding's
+    // marker: such a text gets a block of padding of its own.
+    if (bytes.size() % 16 == 0 && bytes.endsWith('\x80'))
+        bytes.append('\x80').append(QByteArray(15, '\0'));
+    return encryption.encode(bytes, key(), iv());
 }
 
 QString AESUtil::decode(QByteArray& data)
@@ -30,5 +36,8 @@ QString AESUtil::decode(QByteArray& data)
     QAESEncryption encryption(QAESEncryption::AES_256, QAESEncryption::ECB, QAESEncryption::ISO);
     const QByteArray plain = encryption.removePadding(encryption.decode(data, key(), iv()));
     const int nul = plain.indexOf('\0');
-    return QString::fromLatin1(plain.constData(), nul < 0 ? plain.size() : nul);
+    const int size = nul < 0 ? plain.size() : nul;
+    QTextCodec::ConverterState state;
+    const QString text = QTextCodec::codecForName("UTF-8")->toUnicode(plain.constData(), size, &state);
+    return state.invalidChars == 0 ? text : QString::fromLatin1(plain.constData(), size);
 }

@@ -9,10 +9,11 @@
 class AESUtil
 {
 public:
-    // Enciphers the local 8-bit bytes of the text.
+    // Enciphers the UTF-8 bytes of the text.
     static QByteArray encode(QString& text);
-    // Deciphers, drops the padding and reads the bytes up to the first NUL, one character each.
-    // Damaged data gives whatever it deciphers to.
+    // Deciphers, drops the padding and reads the bytes up to the first NUL as UTF-8 (bytes that
+    // are no UTF-8, from older files, one character each). Damaged data gives whatever it
+    // deciphers to.
     static QString decode(QByteArray& data);
 
     // SHA-256 of the pass phrase, 32 bytes.

@@ -116,6 +116,8 @@ Device readDevice(const QSqlQuery& query)
         device.extNumber = str(query, "extNumber");
     if (has(query, "permission"))
         device.permission = num(query, "permission");
+    if (has(query, "internetPort") && !query.value(QStringLiteral("internetPort")).isNull())
+        device.internetPort = num(query, "internetPort");
     return device;
 }
 
@@ -507,7 +509,7 @@ Device DatabaseManager::queryDevice(QString& productID)
     QSqlQuery query(ConnectionPool::openConnection());
     if (!run(query,
              QStringLiteral("SELECT d.id , d.deviceName , d.devicePassword , d.serverName , d.localIP , d.remoteIP , "
-                            "d.productID , d.taskID FROM DEVICES as d WHERE user_id = ? AND productID = ?"),
+                            "d.productID , d.taskID , d.internetPort FROM DEVICES as d WHERE user_id = ? AND productID = ?"),
              {gUser.id, text(productID)}))
         return device;
     while (query.next()) // several rows: the last one wins
@@ -525,7 +527,7 @@ QList<Device> DatabaseManager::queryDevices()
     if (!run(query, QStringLiteral("SELECT * FROM DEVICES WHERE user_id = ?"), {gUser.id}))
         return devices;
     while (query.next())
-        devices.append(readDevice(query)); // internetPort and connectStatus keep their defaults
+        devices.append(readDevice(query)); // connectStatus keeps its default
     return devices;
 }
 

@@ -66,6 +66,9 @@ int main(int argc, char** argv)
     for (const SimUser& user : sim.device()->users())
         out << ' ' << user.name;
     out << "  (Ctrl+C to stop)" << Qt::endl;
+    // The client binds by identity only once its address service is set.
+    if (!sim.httpUrl().isEmpty())
+        out << "Address service: " << sim.httpUrl() << "  (client: 程序选项 > 远程地址服务)" << Qt::endl;
     if (parser.isSet(announceOption))
         sim.announce(QHostAddress(parser.value(announceOption)));
     return app.exec();

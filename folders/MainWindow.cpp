@@ -198,6 +198,7 @@ void MainWindow::addDevice()
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     // A device fetches its waiting faxes as soon as it is bound.
     connect(dialog, &BindDeviceDialog::connectDeviceSuccess, this, &MainWindow::downloadFaxInfo);
+    connect(dialog, &BindDeviceDialog::openOptions, this, &MainWindow::showSettingDialog);
     dialog->show();
 }
 

@@ -86,6 +86,11 @@ void AutoSearchWidget::closeInputDialog()
     m_inputDialog->close();
 }
 
+void AutoSearchWidget::setBusy(bool busy)
+{
+    m_inputDialog->setBusy(busy);
+}
+
 void AutoSearchWidget::changeEvent(QEvent* event)
 {
     if (event->type() == QEvent::LanguageChange)

@@ -39,6 +39,7 @@ public slots:
     void listButtonClicked(const QModelIndex index);
     void receiveDeviceInfo(QString account, QString password);
     void closeInputDialog();
+    void setBusy(bool busy);
 
 protected:
     void changeEvent(QEvent* event) override;

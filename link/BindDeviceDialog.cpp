@@ -1,8 +1,10 @@
 #include "BindDeviceDialog.h"
 #include "ui_BindDeviceDialog.h"
 
+#include "AppSettings.h"
 #include "AutoSearchWidget.h"
 #include "DatabaseManager.h"
+#include "DeviceProtocol.h"
 #include "LogUtil.h"
 #include "LoginController.h"
 #include "ManualAssignWidget.h"
@@ -29,6 +31,8 @@ BindDeviceDialog::BindDeviceDialog(QWidget* parent)
     connect(m_assign, &ManualAssignWidget::addDevice, this, &BindDeviceDialog::connectDevice);
     connect(m_controller, &LoginController::bindDeviceSuccess, this, &BindDeviceDialog::bindDeviceSuccess);
     connect(m_controller, &LoginController::bindDeviceFail, this, &BindDeviceDialog::bindDeviceFail);
+    connect(ui->button_options, &QPushButton::clicked, this, &BindDeviceDialog::openOptions);
+    showAddressServiceNotice();
 }
 
 BindDeviceDialog::~BindDeviceDialog()
@@ -48,20 +52,40 @@ void BindDeviceDialog::on_button_assign_clicked()
     ui->stackedWidget->setCurrentIndex(1);
 }
 
+bool BindDeviceDialog::alreadyBound(const QString& productID)
+{
+    if (productID.isEmpty())
+        return false;
+    for (const Device& known : DatabaseManager().queryDevices())
+        if (known.productID.compare(productID, Qt::CaseInsensitive) == 0) {
+            MessageBoxUtil::warningMsg(this, QStringLiteral("Velkor"), tr("该设备已添加"));
+            return true;
+        }
+    return false;
+}
+
+void BindDeviceDialog::setBinding(bool binding)
+{
+    m_assign->setBusy(binding);
+    m_search->setBusy(binding);
+}
+
 void BindDeviceDialog::connectDevice(Device& device)
 {
-    DatabaseManager db;
-    if (!db.queryDevice(device.productID).deviceName.isEmpty()) {
-        MessageBoxUtil::warningMsg(this, QStringLiteral("Velkor"), tr("该设备已添加"));
+    if (alreadyBound(device.productID))
         return;
-    }
-    emit m_controller->bindDevice(device, 3007);
+    setBinding(true);
+    emit m_controller->bindDevice(device, DeviceProtocol::PORT_COMMAND);
 }
 
 void BindDeviceDialog::bindDeviceSuccess(Device& device)
 {
     LogUtil::d(QStringLiteral("localIP:%1 , remoteIP:%2 , productID:%3 , devicename:%4 ")
                    .arg(device.localIP, device.remoteIP, device.productID, device.deviceName));
+    setBinding(false);
+    // Bound by address, the device's identity is known only now.
+    if (alreadyBound(device.productID))
+        return;
     DatabaseManager db;
     db.inseretDevice(device);
     Device stored = db.queryDevice(device.productID);
@@ -74,6 +98,7 @@ void BindDeviceDialog::bindDeviceSuccess(Device& device)
 
 void BindDeviceDialog::bindDeviceFail(QString& message)
 {
+    setBinding(false);
     MessageBoxUtil::warningMsg(this, tr("Velkor 消息"), message);
 }
 
@@ -84,9 +109,24 @@ void BindDeviceDialog::closeEvent(QCloseEvent* event)
     QDialog::closeEvent(event);
 }
 
+void BindDeviceDialog::showAddressServiceNotice()
+{
+    const QString url = AppSettings::userConfig()->value(AppSettings::KEY_ADDRESS_SERVICE_URL).toString().trimmed();
+    ui->widget_no_address_service->setVisible(url.isEmpty());
+}
+
+void BindDeviceDialog::showEvent(QShowEvent* event)
+{
+    showAddressServiceNotice();
+    QDialog::showEvent(event);
+}
+
 void BindDeviceDialog::changeEvent(QEvent* event)
 {
     if (event->type() == QEvent::LanguageChange)
         ui->retranslateUi(this);
+    // Back from "程序选项", the service may be set now.
+    if (event->type() == QEvent::ActivationChange && isActiveWindow())
+        showAddressServiceNotice();
     QDialog::changeEvent(event);
 }

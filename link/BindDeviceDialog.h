@@ -27,6 +27,8 @@ public:
 
 signals:
     void connectDeviceSuccess(Device& device);
+    // The user asked for "程序选项" (to set the address service).
+    void openOptions();
 
 public slots:
     void connectDevice(Device& device);
@@ -36,12 +38,20 @@ public slots:
 protected:
     void closeEvent(QCloseEvent* event) override;
     void changeEvent(QEvent* event) override;
+    void showEvent(QShowEvent* event) override;
 
 private slots:
     void on_button_search_clicked();
     void on_button_assign_clicked();
 
 private:
+    // Only one bind at a time: its buttons wait for the outcome.
+    void setBinding(bool binding);
+    // Binding by identity needs the address service; say so while none is set.
+    void showAddressServiceNotice();
+    // True (after telling the user) when the user has this device already.
+    bool alreadyBound(const QString& productID);
+
     Ui::BindDeviceDialog* ui;
     QUdpSocket* m_socket;
     AutoSearchWidget* m_search;

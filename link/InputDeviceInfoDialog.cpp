@@ -2,6 +2,7 @@
 #include "ui_InputDeviceInfoDialog.h"
 
 #include <QDialogButtonBox>
+#include <QPushButton>
 #include <QEvent>
 
 InputDeviceInfoDialog::InputDeviceInfoDialog(QWidget* parent) : QDialog(parent), ui(new Ui::InputDeviceInfoDialog)
@@ -21,6 +22,11 @@ void InputDeviceInfoDialog::clear()
 {
     ui->edit_account->clear();
     ui->edit_password->clear();
+}
+
+void InputDeviceInfoDialog::setBusy(bool busy)
+{
+    ui->buttonBox->button(QDialogButtonBox::Ok)->setEnabled(!busy);
 }
 
 void InputDeviceInfoDialog::onAccepted()

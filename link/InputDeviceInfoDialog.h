@@ -17,6 +17,8 @@ public:
 
     // Empties both fields for the next device.
     void clear();
+    // While a bind runs, OK waits.
+    void setBusy(bool busy);
 
 signals:
     void sendDeviceInfo(QString account, QString password);

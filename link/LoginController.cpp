@@ -7,7 +7,7 @@ LoginController::LoginController(QObject* parent) : QObject(parent)
     qRegisterMetaType<Device>("Device&");
     qRegisterMetaType<QString>("QString&");
 
-    auto* worker = new LoginThread;
+    auto* worker = m_worker = new LoginThread;
     worker->moveToThread(&m_thread);
     connect(&m_thread, &QThread::finished, worker, &QObject::deleteLater);
     connect(this, &LoginController::bindDevice, worker, &LoginThread::bindDevice);
@@ -18,6 +18,8 @@ LoginController::LoginController(QObject* parent) : QObject(parent)
 
 LoginController::~LoginController()
 {
+    // The work under way ends at its next wait, so closing a window never waits on a device.
+    m_worker->cancel();
     m_thread.quit();
     m_thread.wait();
 }

@@ -28,4 +28,5 @@ public slots:
 
 private:
     QThread m_thread;
+    LoginThread* m_worker;
 };

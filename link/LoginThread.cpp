@@ -3,6 +3,7 @@
 #include "AppSettings.h"
 #include "DatabaseManager.h"
 #include "DeviceProtocol.h"
+#include "DeviceSocket.h"
 #include "LogUtil.h"
 #include "MD5Util.h"
 #include "NetworkUtil.h"
@@ -62,6 +63,12 @@ QString LoginThread::queryRemoteAddress(const QString& productID, const QString&
     connect(&timer, &QTimer::timeout, reply, &QNetworkReply::abort);
     connect(reply, &QNetworkReply::finished, &loop, &QEventLoop::quit);
     timer.start(qMax(1, timeoutMs));
+    QTimer watch; // a cancelled worker does not sit out the service's time-out
+    connect(&watch, &QTimer::timeout, reply, [this, reply] {
+        if (isCancelled())
+            reply->abort();
+    });
+    watch.start(50);
     if (!reply->isFinished())
         loop.exec();
 
@@ -86,14 +93,13 @@ void LoginThread::requestFinished(QNetworkReply* reply)
         LogUtil::d(QStringLiteral("dataString:%1").arg(reply->errorString()));
 }
 
-bool LoginThread::connectTo(QTcpSocket* socket, const QString& host, int port)
+bool LoginThread::connectTo(DeviceSocket* socket, const QString& host, int port)
 {
     if (socket->state() != QAbstractSocket::UnconnectedState)
         socket->abort();
-    if (host.isEmpty())
+    if (host.isEmpty() || isCancelled())
         return false;
-    socket->connectToHost(host, quint16(port), QIODevice::ReadWrite, QAbstractSocket::AnyIPProtocol);
-    return socket->waitForConnected(DeviceProtocol::connectTimeout());
+    return socket->connectToDevice(host, quint16(port), DeviceProtocol::connectTimeout());
 }
 
 void LoginThread::storeConnectStatus(Device& device, int status)
@@ -177,6 +183,11 @@ QString LoginThread::exchange(QTcpSocket* socket, const QString& request, bool w
     return readReply(socket, DeviceProtocol::replyTimeout(), QByteArray(), needed);
 }
 
+DeviceSocket* LoginThread::newSocket(QObject* parent) const
+{
+    return new DeviceSocket(m_cancelled, parent);
+}
+
 void LoginThread::releaseOnDisconnect(QTcpSocket* socket)
 {
     if (socket)
@@ -215,7 +226,7 @@ LoginThread::LoginResult LoginThread::answerChallenge(QTcpSocket* socket, Device
     const QString serverId = StringUtil::getValue(greeting, QStringLiteral("SERVER_ID"));
     const QString verify = StringUtil::getValue(greeting, QStringLiteral("VERIFY_STRING"));
     LogUtil::d(QStringLiteral("product:%1 , strServerId:%2").arg(serverName, serverId));
-    if (!device.productID.isEmpty() && device.productID != serverId) {
+    if (!device.productID.isEmpty() && device.productID.compare(serverId, Qt::CaseInsensitive) != 0) {
         LogUtil::w(QStringLiteral("设备ID不匹配"));
         return LoginResult::WrongId;
     }
@@ -234,15 +245,17 @@ LoginThread::LoginResult LoginThread::answerChallenge(QTcpSocket* socket, Device
 
 QTcpSocket* LoginThread::login(Device& device, int port)
 {
+    if (isCancelled())
+        return nullptr;
     const int internetPort = DeviceProtocol::internetPort(port, device.internetPort);
-    auto* socket = new QTcpSocket;
+    DeviceSocket* socket = newSocket();
     m_socket = socket;
     LogUtil::d(QStringLiteral("remoteIP:%1 , port:%2").arg(device.remoteIP).arg(internetPort));
 
     bool connected = connectTo(socket, device.localIP, port);
     if (!connected)
         connected = connectTo(socket, device.remoteIP, internetPort);
-    if (!connected) {
+    if (!connected && !isCancelled()) {
         const QString body = queryRemoteAddress(device.productID);
         if (!body.isEmpty()) {
             QString address;
@@ -265,7 +278,8 @@ QTcpSocket* LoginThread::login(Device& device, int port)
     const LoginResult result = answerChallenge(socket, device, QStringLiteral("<CLN_OS>Linux</CLN_OS>"), nullptr,
                                                nullptr);
     if (result != LoginResult::Ok) {
-        if (result != LoginResult::WrongId)
+        // A cancelled login says nothing about the device.
+        if (result != LoginResult::WrongId && !isCancelled())
             storeConnectStatus(device, 2);
         socket->abort();
         delete socket;
@@ -283,9 +297,10 @@ QTcpSocket* LoginThread::loginToVoiceListen(Device& device, int port, int udpPor
         m_socket->abort();
         delete m_socket;
     }
-    auto* socket = new QTcpSocket(this);
+    DeviceSocket* socket = newSocket(this);
     m_socket = socket;
-    bool connected = connectTo(socket, device.localIP, port) || connectTo(socket, device.remoteIP, port);
+    bool connected = connectTo(socket, device.localIP, port)
+        || connectTo(socket, device.remoteIP, DeviceProtocol::internetPort(port, device.internetPort));
     if (!connected) {
         const QString body = queryRemoteAddress(device.productID, QStringLiteral("getremoteip"));
         if (!body.isEmpty()) {
@@ -332,10 +347,12 @@ void LoginThread::bindDevice(Device& device, int port)
         fail(nullptr);
         return;
     }
+    // The internet address has ports of its own, counted from the device's base port.
+    const int targetPort = device.localIP.isEmpty() ? DeviceProtocol::internetPort(port, device.internetPort) : port;
 
-    auto* socket = new QTcpSocket;
+    DeviceSocket* socket = newSocket();
     m_socket = socket;
-    if (!connectTo(socket, target, port)) {
+    if (!connectTo(socket, target, targetPort)) {
         fail(socket);
         return;
     }
@@ -358,6 +375,10 @@ void LoginThread::bindDevice(Device& device, int port)
         break;
     }
 
+    // The device's own spelling of its identity, whatever case was typed.
+    const QString serverId = StringUtil::getValue(greeting, QStringLiteral("SERVER_ID"));
+    if (!device.productID.isEmpty() && !serverId.isEmpty())
+        device.productID = serverId;
     device.serverName = StringUtil::getValue(greeting, QStringLiteral("SERVER_NAME"));
     device.extNumber = StringUtil::getValue(reply, QStringLiteral("EXT_NUM"));
     device.permission = StringUtil::getValue(reply, QStringLiteral("PERMISSION")).toInt();

@@ -8,6 +8,10 @@
 #include <QPointer>
 #include <QString>
 
+#include <atomic>
+#include <memory>
+
+class DeviceSocket;
 class QNetworkAccessManager;
 class QNetworkReply;
 class QTcpSocket;
@@ -38,6 +42,12 @@ public:
 
     // "address" or "address:port"; port stays untouched when the body has none.
     static void splitAddress(const QString& body, QString& address, int& port);
+
+    // Callable from any thread: the operation under way ends at its next wait (within a
+    // fraction of a second; a connect to a host name first runs out its own short wait) and
+    // every later one fails at once. For an owner that goes away.
+    void cancel() { m_cancelled->store(true); }
+    bool isCancelled() const { return m_cancelled->load(); }
 
 public slots:
     void bindDevice(Device& device, int port);
@@ -72,6 +82,8 @@ protected:
     static void hangUp(QTcpSocket* socket);
     // Connects the socket's end to its own release.
     static void releaseOnDisconnect(QTcpSocket* socket);
+    // A connection whose waits cancel() breaks; every device connection is made here.
+    DeviceSocket* newSocket(QObject* parent = nullptr) const;
 
     static constexpr int RECORD_SIZE = 1024;
     // How long a list waits for each of its records.
@@ -83,7 +95,9 @@ protected:
     QNetworkAccessManager* m_manager = nullptr;
 
 private:
-    bool connectTo(QTcpSocket* socket, const QString& host, int port);
+    std::shared_ptr<std::atomic<bool>> m_cancelled = std::make_shared<std::atomic<bool>>(false);
+
+    bool connectTo(DeviceSocket* socket, const QString& host, int port);
     void storeConnectStatus(Device& device, int status);
     // Greeting, identity check and challenge; true when LOGIN_STATE is "OK".
     enum class LoginResult { Ok, NoGreeting, WrongId, Refused };

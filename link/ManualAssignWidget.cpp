@@ -34,6 +34,11 @@ Device ManualAssignWidget::deviceFromInput(const QString& target, const QString&
     return device;
 }
 
+void ManualAssignWidget::setBusy(bool busy)
+{
+    ui->button_verify->setEnabled(!busy);
+}
+
 void ManualAssignWidget::on_button_verify_clicked()
 {
     Device device = deviceFromInput(ui->edit_device->text(), ui->edit_account->text().trimmed(),

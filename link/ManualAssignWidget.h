@@ -19,6 +19,8 @@ public:
 
     // The Device the typed fields stand for: "address[:port]" or an identity (upper-cased).
     static Device deviceFromInput(const QString& target, const QString& account, const QString& password);
+    // While a bind runs, "验证" waits.
+    void setBusy(bool busy);
 
 signals:
     void addDevice(Device& device);

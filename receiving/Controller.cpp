@@ -9,7 +9,7 @@ Controller::Controller(QObject* parent) : QObject(parent)
     qRegisterMetaType<QList<Fax>>("QList<Fax>&");
     qRegisterMetaType<QString>("QString&");
 
-    auto* worker = new ReceiveFaxThread;
+    auto* worker = m_worker = new ReceiveFaxThread;
     worker->moveToThread(&m_thread);
     connect(&m_thread, &QThread::finished, worker, &QObject::deleteLater);
     connect(this, &Controller::downloadFaxInfo, worker, &ReceiveFaxThread::downloadFaxInfo);
@@ -24,6 +24,7 @@ Controller::Controller(QObject* parent) : QObject(parent)
 
 Controller::~Controller()
 {
+    m_worker->cancel();
     m_thread.quit();
     m_thread.wait();
 }

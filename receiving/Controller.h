@@ -18,7 +18,7 @@ class Controller : public QObject
 
 public:
     explicit Controller(QObject* parent = nullptr);
-    // Quits the thread and waits for a run in progress to end.
+    // Cancels a run in progress (it ends at its next wait), quits the thread and waits for it.
     ~Controller() override;
 
 signals:
@@ -38,4 +38,5 @@ public slots:
 
 private:
     QThread m_thread;
+    ReceiveFaxThread* m_worker;
 };

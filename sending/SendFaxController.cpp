@@ -47,6 +47,7 @@ SendFaxController::SendFaxController(QObject* parent)
 
 SendFaxController::~SendFaxController()
 {
+    m_worker->cancel();
     m_thread.quit();
     m_thread.wait();
 }

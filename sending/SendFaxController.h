@@ -22,7 +22,7 @@ class SendFaxController : public QObject
 
 public:
     explicit SendFaxController(QObject* parent = nullptr);
-    // Quits the thread and waits for the operation under way to end.
+    // Cancels the device work under way (it ends at its next wait), quits the thread and waits.
     ~SendFaxController() override;
 
 signals:

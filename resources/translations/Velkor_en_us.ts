@@ -172,6 +172,14 @@
         <translation>This device has already been added</translation>
     </message>
     <message>
+        <source>未配置地址服务，无法按设备ID添加设备。</source>
+        <translation>No address service is configured, so devices cannot be added by their ID.</translation>
+    </message>
+    <message>
+        <source>程序选项</source>
+        <translation>Options</translation>
+    </message>
+    <message>
         <source>Velkor 消息</source>
         <translation>Velkor Message</translation>
     </message>
@@ -503,6 +511,10 @@
         <translation>The log viewer could not be started. The log was saved to: %1</translation>
     </message>
     <message>
+        <source>以下日期的日志未能从设备取得：%1</source>
+        <translation>The logs of these days could not be fetched from the device: %1</translation>
+    </message>
+    <message>
         <source>Velkor 消息</source>
         <translation>Velkor Message</translation>
     </message>
@@ -635,6 +647,10 @@
     <message>
         <source>修改公共SMTP设置失败</source>
         <translation>The public SMTP settings could not be changed.</translation>
+    </message>
+    <message>
+        <source>留空则保持设备上的密码</source>
+        <translation>Leave empty to keep the device's password</translation>
     </message>
     <message>
         <source>Velkor 消息</source>
@@ -2328,6 +2344,13 @@ Upload it again anyway?</translation>
     </message>
 </context>
 <context>
+    <name>SettingLoad</name>
+    <message>
+        <source>未能读取设备的当前设置，“应用”已停用。请检查设备后重新打开此页。</source>
+        <translation>The current settings could not be read from the device, so "Apply" is disabled. Check the device and open this page again.</translation>
+    </message>
+</context>
+<context>
     <name>SignatureLibDialog</name>
     <message>
         <source>签章库</source>
@@ -2685,6 +2708,14 @@ Upload it again anyway?</translation>
     <message>
         <source>用户信息修改成功</source>
         <translation>The user account was saved.</translation>
+    </message>
+    <message>
+        <source>留空则保持设备上的密码</source>
+        <translation>Leave empty to keep the device's password</translation>
+    </message>
+    <message>
+        <source>请为新用户输入密码</source>
+        <translation>Enter a password for the new user</translation>
     </message>
     <message>
         <source>Velkor 消息</source>

@@ -172,6 +172,14 @@
         <translation>该设备已添加</translation>
     </message>
     <message>
+        <source>未配置地址服务，无法按设备ID添加设备。</source>
+        <translation>未配置地址服务，无法按设备ID添加设备。</translation>
+    </message>
+    <message>
+        <source>程序选项</source>
+        <translation>程序选项</translation>
+    </message>
+    <message>
         <source>Velkor 消息</source>
         <translation>Velkor 消息</translation>
     </message>
@@ -503,6 +511,10 @@
         <translation>无法打开日志查看程序，日志已保存在：%1</translation>
     </message>
     <message>
+        <source>以下日期的日志未能从设备取得：%1</source>
+        <translation>以下日期的日志未能从设备取得：%1</translation>
+    </message>
+    <message>
         <source>Velkor 消息</source>
         <translation>Velkor 消息</translation>
     </message>
@@ -635,6 +647,10 @@
     <message>
         <source>修改公共SMTP设置失败</source>
         <translation>修改公共SMTP设置失败</translation>
+    </message>
+    <message>
+        <source>留空则保持设备上的密码</source>
+        <translation>留空则保持设备上的密码</translation>
     </message>
     <message>
         <source>Velkor 消息</source>
@@ -2328,6 +2344,13 @@
     </message>
 </context>
 <context>
+    <name>SettingLoad</name>
+    <message>
+        <source>未能读取设备的当前设置，“应用”已停用。请检查设备后重新打开此页。</source>
+        <translation>未能读取设备的当前设置，“应用”已停用。请检查设备后重新打开此页。</translation>
+    </message>
+</context>
+<context>
     <name>SignatureLibDialog</name>
     <message>
         <source>签章库</source>
@@ -2685,6 +2708,14 @@
     <message>
         <source>用户信息修改成功</source>
         <translation>用户信息修改成功</translation>
+    </message>
+    <message>
+        <source>留空则保持设备上的密码</source>
+        <translation>留空则保持设备上的密码</translation>
+    </message>
+    <message>
+        <source>请为新用户输入密码</source>
+        <translation>请为新用户输入密码</translation>
     </message>
     <message>
         <source>Velkor 消息</source>

@@ -334,7 +334,7 @@ private slots:
         QCOMPARE(QString::fromLocal8Bit(readAll(file)), expected + expected);
     }
 
-    void brokenLogLeavesTheFileAsItWas()
+    void brokenLogDayIsLeftOut()
     {
         DeviceProtocol::setTestTimeoutDivisor(20);
         const QDateTime from(LOG_DAY.addDays(3), QTime(0, 0));
@@ -344,8 +344,9 @@ private slots:
         m_sim->device()->addFault(SimFault::make("DOWN_FILE", SimFault::DropAfterBytes, 700));
         emit m_controller->getDeviceLog(m_device, from, from);
         QVERIFY(finished());
-        QCOMPARE(path.count(), 0);
-        QCOMPARE(readAll(file), QByteArray("earlier\n"));
+        // The broken day stays out; the days that came whole are added.
+        QCOMPARE(path.count(), 1);
+        QCOMPARE(QString::fromLocal8Bit(readAll(file)), QStringLiteral("earlier\n第七天\r\n第八天 is never asked for\r\n"));
         QVERIFY(filesIn(deviceFolder()).filter(QStringLiteral("2024_03_04")).size() == 1);
     }
 
@@ -1225,13 +1226,13 @@ private slots:
         QCOMPARE(shown(&panel, {"edit_smtpAddress", "edit_smtpUser", "edit_emailFrom", "edit_smtpPwd"}),
                  (QStringList{"smtp.example.com", "fax", "fax@example.com", ""}));
 
-        // The untouched password field goes as an empty password.
+        // The untouched password field is left out: the device keeps its own.
         find<QLineEdit>(&panel, "edit_smtpUser")->setText(QStringLiteral("a<b>%1"));
         QCOMPARE(clickForBox(find<QPushButton>(&panel, "button_apply")), QStringLiteral("info:修改公共SMTP设置成功"));
         QVERIFY(lastRequest(*m_settings, "SET_PUB_SMTP_SETTING")
                     .endsWith("<SMTP_ADDR>smtp.example.com</SMTP_ADDR><SMTP_USER>a<b>%1</SMTP_USER>"
-                              "<EMAIL_ADDR_FROM>fax@example.com</EMAIL_ADDR_FROM><SMTP_PWD></SMTP_PWD>"));
-        QCOMPARE(m_settings->device()->smtp().value("SMTP_PWD"), QString());
+                              "<EMAIL_ADDR_FROM>fax@example.com</EMAIL_ADDR_FROM>"));
+        QCOMPARE(m_settings->device()->smtp().value("SMTP_PWD"), QStringLiteral("secret"));
     }
 
     void timeZoneAndClock()
@@ -1401,6 +1402,7 @@ private slots:
         // A name the device has already: warning, still adding.
         QTest::mouseClick(add, Qt::LeftButton);
         name->setText(QStringLiteral("alice"));
+        find<QLineEdit>(&panel, "edit_password")->setText(QStringLiteral("pw0"));
         QCOMPARE(clickForBox(apply), QStringLiteral("warning:用户信息修改失败"));
         QVERIFY(panel.isAdding());
 
@@ -1858,5 +1860,142 @@ private slots:
     }
 };
 
-VELKOR_TESTS_MAIN(TestDeviceTransfers, TestDeviceListWindow, TestStatusPanels, TestSettingPanels, TestQueueHistoryPanels, TestIniUtil)
+// A load that failed is never written back; a day that fails is left out; untyped passwords stay.
+class TestFailedLoads : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase()
+    {
+        TestSupport::freshHome();
+        TestSupport::loginTestUser();
+        DeviceProtocol::setTestTimeoutDivisor(50);
+    }
+
+    void init() { MessageBoxUtil::clear(); }
+
+    // A panel whose read went unanswered keeps "应用" off and says why.
+    void failedLoadIsNotWrittenBack_data()
+    {
+        QTest::addColumn<QString>("panel");
+        QTest::addColumn<QString>("read");
+        QTest::addColumn<QString>("write");
+        QTest::addColumn<QString>("address");
+        QTest::newRow("network") << "network" << "GET_NETWORK_SETTING" << "NETWORK_SETTING" << "127.0.5.31";
+        QTest::newRow("mail") << "mail" << "GET_PUB_SMTP_SETTING" << "SET_PUB_SMTP_SETTING" << "127.0.5.32";
+        QTest::newRow("fax line") << "line" << "GET_FAX_SETTING" << "SET_FAX_SETTING" << "127.0.5.33";
+    }
+
+    void failedLoadIsNotWrittenBack()
+    {
+        QFETCH(QString, panel);
+        QFETCH(QString, read);
+        QFETCH(QString, write);
+        QFETCH(QString, address);
+        Scenario s = scenarioAt(address);
+        SimFault silence = SimFault::make(read, SimFault::Silent);
+        silence.times = 1;
+        s.faults << silence;
+        auto sim = start(s);
+        Device device = deviceOf(s);
+        QString line = QStringLiteral("1");
+        std::unique_ptr<QWidget> widget;
+        auto* network = panel == QLatin1String("network") ? new NetworkSettingWidget : nullptr;
+        auto* mail = panel == QLatin1String("mail") ? new EmailSettingWidget : nullptr;
+        if (network) {
+            widget.reset(network);
+            network->setDevice(device);
+        } else if (mail) {
+            widget.reset(mail);
+            mail->setDevice(device);
+        } else {
+            widget.reset(new FaxDetailWidget(device, line));
+        }
+        widget->show();
+        QVERIFY(idle(widget.get()));
+        auto* apply = find<QPushButton>(widget.get(), "button_apply");
+        QVERIFY(!apply->isEnabled());
+        QVERIFY(find<QLabel>(widget.get(), "label_load_failed")->isVisible());
+        QTest::mouseClick(apply, Qt::LeftButton);
+        QTest::qWait(200);
+        QCOMPARE(countInLog(*sim, QStringLiteral("<ACTION>") + write + QStringLiteral("</ACTION>")), 0);
+
+        // A read that succeeds opens "应用" again.
+        if (!network && !mail)
+            return; // a line's page is made anew for each read
+        network ? network->setDevice(device) : mail->setDevice(device);
+        QVERIFY(idle(widget.get()));
+        QVERIFY(apply->isEnabled());
+        QVERIFY(!find<QLabel>(widget.get(), "label_load_failed")->isVisible());
+    }
+
+    // The device never sends a password back: one that was not typed stays as the device has it.
+    void untypedPasswordsAreKept()
+    {
+        Scenario s = scenarioAt(QStringLiteral("127.0.5.34"));
+        s.smtp.insert(QStringLiteral("SMTP_PWD"), QStringLiteral("public-secret"));
+        SimUser clerk = SimUser::withPassword(QStringLiteral("clerk"), QStringLiteral("clerk-pw"), 12, QStringLiteral("801"));
+        clerk.fields.insert(QStringLiteral("SMTP_PWD"), QStringLiteral("own-secret"));
+        s.users = {clerk};
+        auto sim = start(s);
+        Device device = deviceOf(s, QStringLiteral("clerk"), QStringLiteral("clerk-pw"));
+
+        EmailSettingWidget mail;
+        mail.setDevice(device);
+        QVERIFY(idle(&mail));
+        QVERIFY(clickForBox(find<QPushButton>(&mail, "button_apply")).startsWith("info:"));
+        QCOMPARE(sim->device()->smtp().value(QStringLiteral("SMTP_PWD")), QStringLiteral("public-secret"));
+
+        UserAccountWidget users;
+        users.setDevice(device);
+        QVERIFY(idle(&users));
+        QTRY_COMPARE(find<QLineEdit>(&users, "edit_username")->text(), QStringLiteral("clerk"));
+        QVERIFY(idle(&users));
+        QVERIFY(clickForBox(find<QPushButton>(&users, "button_apply")).startsWith("info:"));
+        SimUser stored;
+        QVERIFY(sim->device()->user(QStringLiteral("clerk"), &stored));
+        QCOMPARE(stored.fields.value(QStringLiteral("SMTP_PWD")), QStringLiteral("own-secret"));
+        QCOMPARE(stored.storedPassword, clerk.storedPassword);
+
+        // A new account must have a password of its own.
+        QTest::mouseClick(find<QPushButton>(&users, "button_addUser"), Qt::LeftButton);
+        find<QLineEdit>(&users, "edit_username")->setText(QStringLiteral("newcomer"));
+        QCOMPARE(clickForBox(find<QPushButton>(&users, "button_apply")), QStringLiteral("warning:请为新用户输入密码"));
+        QVERIFY(idle(&users));
+        QCOMPARE(countInLog(*sim, QStringLiteral("<ACTION>ADD_USER</ACTION>")), 0);
+    }
+
+    // A day the device leaves unanswered is named; the other days still come.
+    void silentDayIsSkipped()
+    {
+        const QDate first(2024, 3, 5);
+        Scenario s = scenarioAt(QStringLiteral("127.0.5.35"));
+        for (int i = 0; i < 3; ++i)
+            s.logs.insert(first.addDays(i), QStringLiteral("day %1 line\r\n").arg(i));
+        SimFault silence = SimFault::make(QStringLiteral("DOWN_FILE"), SimFault::Silent);
+        silence.times = 1;
+        s.faults << silence;
+        auto sim = start(s);
+        Device device = deviceOf(s);
+        AppSettings::userConfig()->setValue(AppSettings::KEY_LOG_VIEWER, QStringLiteral("true"));
+
+        DeviceLogWidget panel;
+        QSignalSpy log(panel.findChild<DeviceController*>(), &DeviceController::returnDeviceLog);
+        panel.setDevice(device);
+        find<QDateEdit>(&panel, "date_begin")->setDate(first);
+        QTest::mouseClick(find<QPushButton>(&panel, "button_view_log"), Qt::LeftButton);
+        QTRY_VERIFY_WITH_TIMEOUT(!MessageBoxUtil::shown().isEmpty(), 20000);
+        QVERIFY(MessageBoxUtil::shown().first().text.endsWith(QStringLiteral("2024-03-05")));
+        QTRY_COMPARE(log.count(), 1);
+        QFile file(log.at(0).at(0).toString());
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QCOMPARE(QString::fromLocal8Bit(file.readAll()), QStringLiteral("day 1 line\r\nday 2 line\r\n"));
+        QVERIFY(idle(&panel));
+        AppSettings::userConfig()->remove(AppSettings::KEY_LOG_VIEWER);
+    }
+};
+
+VELKOR_TESTS_MAIN(TestDeviceTransfers, TestDeviceListWindow, TestStatusPanels, TestSettingPanels, TestQueueHistoryPanels, TestIniUtil,
+    TestFailedLoads)
 #include "TestAdmin.moc"

@@ -150,7 +150,7 @@ private slots:
         QCOMPARE(deviceRow(db.queryDevices().value(0)),
             QStringLiteral("bob's|aaa|P'1|192.168.1.20|203.0.113.5|Front desk|801|5||3001|0"));
 
-        // Port and connection state live in memory only.
+        // The internet port is stored; the connection state lives in memory only.
         stored.remoteIP = QStringLiteral("198.51.100.7");
         stored.internetPort = 4001;
         db.updateDeviceRemoteIP(stored);
@@ -167,7 +167,7 @@ private slots:
         stored.taskID = QStringLiteral("42");
         db.updateDeviceMaxTaskID(stored);
         QCOMPARE(deviceRow(db.queryDevices().value(0)),
-            QStringLiteral("o'brien|x'y|P'1|10.0.0.9|198.51.100.7|Back office|0802|9|42|3001|0"));
+            QStringLiteral("o'brien|x'y|P'1|10.0.0.9|198.51.100.7|Back office|0802|9|42|4001|0"));
         stored.localIP = QStringLiteral("10.0.0.10");
         db.updateDeviceLocalIP(stored);
         QString id = QStringLiteral("P'1");

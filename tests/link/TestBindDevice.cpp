@@ -94,6 +94,9 @@ private slots:
         Scenario s = clerkAt(simAt);
         s.httpPort = 18000 + simAt.section('.', 3).toInt();
         s.addressService.insert(s.serverId, s.address + QStringLiteral(":4001"));
+        // Reached through the service, the device is asked on the base port it gave.
+        if (!typed.startsWith(QLatin1String("127.")) && !typed.isEmpty())
+            s.basePort = 4001;
         auto sim = startSim(s);
         AppSettings::userConfig()->setValue(AppSettings::KEY_ADDRESS_SERVICE_URL, sim->sim()->httpUrl());
         Device d = ManualAssignWidget::deviceFromInput(typed, QStringLiteral("clerk"), password);
@@ -108,7 +111,7 @@ private slots:
                      r.remoteIP }),
             (QStringList { s.serverId, s.serverName, "801", "12", MD5Util::call128MD5(QByteArray("pa'ss")), s.address }));
         // Bound by address, the identity comes from the device; by identity the service gives
-        // the address and port (stored; the bind itself goes to the LAN number).
+        // the address and base port, which the bind uses and the store keeps.
         const bool byAddress = typed.startsWith(QLatin1String("127."));
         QCOMPARE(sim->device()->actionLog().join('\n').contains(QStringLiteral("GET_SVR_INFO")), byAddress);
         QCOMPARE(r.internetPort, byAddress ? 3001 : 4001);

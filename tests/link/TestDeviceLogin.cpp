@@ -50,9 +50,9 @@ private slots:
         QTest::newRow("service: address alone") << "127.0.0.5" << 3001 << "" << "127.0.0.4" << "127.0.0.5" << "" << cmd
                                                 << 3007 << "127.0.0.5";
         QTest::newRow("unknown to the service") << "127.0.0.6" << 3001 << "" << "" << "" << "NOSUCH01" << cmd << 0 << "";
-        // The identity comparison is case-sensitive although tag search is not.
+        // The identity is compared without case, as tags are.
         QTest::newRow("identity differs in case") << "127.0.0.7" << 3001 << "127.0.0.7" << "" << "-" << "5a3c0007" << cmd
-                                                  << 0 << "";
+                                                  << 3007 << "";
     }
 
     void roads()
