@@ -48,6 +48,8 @@ public:
     void updateFaxReaded(Fax& fax);
     void updateUploadFaxFailed(Fax& fax);
     void updateSendFax(Fax& fax);
+    // A sent fax the device has taken back into its queue (an accepted retry) is open again.
+    void reopenSentFax(int deviceId, int taskID);
     bool deleteFax(Fax& fax);
     bool deleteFaxList(QList<Fax>& faxes);
     void restoreFax(Fax& fax);

@@ -23,6 +23,9 @@ public:
         RECV_FAX_REPLYED = 13,
         RECV_FAX_FORWARDED = 14,
         RECV_FAX_PRINTED = 15,
+        // States the client gives a fax on its own lie far from the device's values, which
+        // the status record may extend. 404: the device answered NOT_FOUND for the task.
+        SEND_FAX_NOT_FOUND = 404,
     };
     Q_ENUM(FaxStatusEnum)
 
@@ -53,6 +56,6 @@ public:
     static QString statusText(int status);
     // The word shown for a priority; empty for FAX_PRIORITY_UNKNOW and unknown values.
     static QString priorityText(int priority);
-    // The outbox progress text of a live fax.
+    // The outbox progress text of a live fax; empty for a sending state without a text.
     static QString progressText(int sendState, int pageSended, int pagePercent, int pageTotal, int trainingValue);
 };

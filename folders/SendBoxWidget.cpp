@@ -8,6 +8,7 @@
 #include "FaxStatus.h"
 #include "FaxTable.h"
 #include "LogUtil.h"
+#include "MessageBoxUtil.h"
 #include "SendFaxController.h"
 #include "TiffUtil.h"
 #include "TimeUtil.h"
@@ -41,8 +42,17 @@ constexpr float THUMB_RATIO = float(THUMB_HEIGHT) / float(THUMB_WIDTH);
 // The outbox names the states of a sent fax; a received fax's state has no word here.
 QString statusWord(int status)
 {
-    return status >= FaxStatus::SEND_FAX_FAILED && status <= FaxStatus::SEND_FAX_PLAN ? FaxStatus::statusText(status)
-                                                                                     : QString();
+    const bool sending = (status >= FaxStatus::SEND_FAX_FAILED && status <= FaxStatus::SEND_FAX_PLAN)
+        || status == FaxStatus::SEND_FAX_NOT_FOUND;
+    return sending ? FaxStatus::statusText(status) : QString();
+}
+
+// The states in which the device takes a pause: queued, sending, or waiting for its plan time.
+bool canPause(const Fax& fax)
+{
+    return fax.taskID != 0
+        && (fax.status == FaxStatus::SEND_FAX_WAITTING || fax.status == FaxStatus::SEND_FAX_SENDING
+            || fax.status == FaxStatus::SEND_FAX_PLAN);
 }
 
 QString dialText(const Fax& fax)
@@ -70,6 +80,8 @@ SendBoxWidget::SendBoxWidget(QWidget* parent)
     connect(m_controller, &SendFaxController::saveTaskID, this, &SendBoxWidget::updateFaxTaksId);
     connect(m_controller, &SendFaxController::updateFax, this, &SendBoxWidget::updateFaxInfo);
     connect(m_controller, &SendFaxController::uploadFaxFailed, this, &SendBoxWidget::updateUploadFaxFailed);
+    connect(m_controller, &SendFaxController::faxSent, this, &SendBoxWidget::outputSentFax);
+    m_output.setMaxThreadCount(1);
 
     // The controller drops a tick while its previous round still runs, so a slow device does
     // not pile up rounds.
@@ -82,8 +94,10 @@ SendBoxWidget::~SendBoxWidget()
 {
     m_statusTimer.stop();
     FaxTable::saveHeaderState(ui->tableWidget, HEADER_KEY);
-    // The controller waits for an upload or round in progress before the form goes.
+    // The controller waits for an upload or round in progress before the form goes, and a
+    // copy of the automatic output is finished, not cut off.
     delete m_controller;
+    m_output.waitForDone();
     delete ui;
 }
 
@@ -175,7 +189,6 @@ void SendBoxWidget::updateFaxInfo(Fax& fax)
     if (row < 0)
         return;
     Fax& shown = m_faxes[row];
-    const bool justSent = fax.status == FaxStatus::SEND_FAX_SUCCESS && shown.status != FaxStatus::SEND_FAX_SUCCESS;
     shown.status = fax.status;
     shown.pageTotal = fax.pageTotal;
     shown.pageSended = fax.pageSended;
@@ -196,10 +209,13 @@ void SendBoxWidget::updateFaxInfo(Fax& fax)
     table->setItem(row, COLUMN_DIALS, new QTableWidgetItem(dialText(shown)));
     table->setItem(row, COLUMN_TIME, new QTableWidgetItem(shown.time));
     table->setItem(row, COLUMN_ISSUE, new QTableWidgetItem(shown.issue));
+}
 
-    // A fax reports success once: the round that sees it drops it from the polled set.
-    if (justSent)
-        FaxExporter::exportSentFax(shown);
+// Writing a long fax as PDF takes a while: never on this thread.
+void SendBoxWidget::outputSentFax(Fax& fax)
+{
+    const Fax sent = fax;
+    m_output.start([sent] { FaxExporter::exportSentFax(sent); });
 }
 
 void SendBoxWidget::on_tableWidget_clicked(const QModelIndex& index)
@@ -225,8 +241,8 @@ void SendBoxWidget::on_tableWidget_customContextMenuRequested(const QPoint& pos)
     menu->addAction(tr("删除"), this, &SendBoxWidget::actionDelete);
     menu->addAction(tr("添加备注"), this, &SendBoxWidget::actionRemark);
     menu->addAction(tr("内部分发"), this, &SendBoxWidget::actionDistribute);
-    QAction* stop = menu->addAction(tr("取消发送"), this, &SendBoxWidget::actionStopSend);
-    stop->setEnabled(status == FaxStatus::SEND_FAX_WAITTING || status == FaxStatus::SEND_FAX_SENDING);
+    QAction* stop = menu->addAction(tr("暂停发送"), this, &SendBoxWidget::actionStopSend);
+    stop->setEnabled(canPause(m_faxes.at(row)));
     QAction* upload = menu->addAction(tr("开始上传"), this, &SendBoxWidget::actionReUpload);
     upload->setEnabled(status == FaxStatus::SEND_FAX_UNSEND);
     menu->addAction(tr("保存为联系人"), this, &SendBoxWidget::actionAddContact);
@@ -260,9 +276,17 @@ void SendBoxWidget::actionRetry()
     deviceCommand(true);
 }
 
+// The device keeps a paused fax; "重试" sends it on.
 void SendBoxWidget::actionStopSend()
 {
-    deviceCommand(false);
+    const std::optional<Fax> fax = m_rows->currentFax();
+    if (!fax || !canPause(*fax))
+        return;
+    const QString question = tr("暂停发送到 %1 的传真（任务编号 %2）？\n暂停后可用“重试”继续发送。")
+                                 .arg(fax->receiver.isEmpty() ? fax->cid : fax->receiver)
+                                 .arg(fax->taskID);
+    if (MessageBoxUtil::question(this, QStringLiteral("Velkor"), question) == QMessageBox::Yes)
+        deviceCommand(false);
 }
 
 // Only a job whose upload failed is uploaded again; there is no automatic retry of an upload.

@@ -6,6 +6,7 @@
 #include <QList>
 #include <QModelIndex>
 #include <QPair>
+#include <QThreadPool>
 #include <QTimer>
 #include <QWidget>
 #include <memory>
@@ -78,6 +79,8 @@ private slots:
     void updateFaxTaksId(Fax& fax);
     void updateFaxInfo(Fax& fax);
     void updateUploadFaxFailed(Fax& fax);
+    // The automatic output of a fax the device has sent, on a thread of its own.
+    void outputSentFax(Fax& fax);
 
 private:
     QStringList headers() const;
@@ -91,4 +94,5 @@ private:
     QTimer m_statusTimer;
     SendFaxController* m_controller = nullptr;
     std::unique_ptr<FaxRows> m_rows;
+    QThreadPool m_output;
 };

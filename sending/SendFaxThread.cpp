@@ -286,17 +286,26 @@ void SendFaxThread::sendFax(Fax& fax)
 
 // ---- Status ----
 
-bool SendFaxThread::queryStatus(Device& device, Fax& fax, bool* reached)
+bool SendFaxThread::queryStatus(Device& device, Fax& fax, bool* answered)
 {
     QTcpSocket* socket = login(device, DeviceProtocol::PORT_COMMAND);
-    if (reached)
-        *reached = socket != nullptr;
+    if (answered)
+        *answered = socket != nullptr;
     if (!socket)
         return false;
 
     const QString reply = exchange(
         socket, QStringLiteral("<ACTION>GET_SEND_FAX_STATUS</ACTION><TASK_ID_LIST>%1</TASK_ID_LIST>").arg(fax.taskID));
     LogUtil::d(QStringLiteral("faxStatus:%1").arg(reply));
+    if (answered)
+        *answered = !reply.isEmpty();
+    // No record follows a NOT_FOUND: the task is gone for good, and asking on would cost a
+    // reply wait in every round.
+    if (feedback(reply) == QLatin1String("NOT_FOUND")) {
+        hangUp(socket);
+        fax.status = FaxStatus::SEND_FAX_NOT_FOUND;
+        return true;
+    }
     QByteArray record;
     if (!reply.isEmpty()) { // a silent device costs one wait, not two
         socket->write(WireCodec::encode(QStringLiteral("R")));
@@ -322,11 +331,11 @@ void SendFaxThread::getFaxStatus2()
     try {
         DatabaseManager db;
         const QList<Fax> open = db.queryUploadingFax();
-        // A device that cannot be reached is not asked again for its other faxes in the same
-        // round, so a dead device costs one round of time-outs, not one per fax.
-        QSet<int> unreachable;
+        // A device that cannot be reached or leaves a query unanswered is not asked again for
+        // its other faxes in the same round, so a dead device costs one wait, not one per fax.
+        QSet<int> silent;
         for (Fax fax : open) {
-            if (unreachable.contains(fax.d_id))
+            if (silent.contains(fax.d_id))
                 continue;
             Device device;
             device.id = fax.d_id;
@@ -339,15 +348,18 @@ void SendFaxThread::getFaxStatus2()
             device.taskID = fax.maxTaskID;
             device.internetPort = DeviceProtocol::PORT_BASE;
 
-            bool reached = false;
-            if (!queryStatus(device, fax, &reached)) {
-                if (!reached)
-                    unreachable.insert(fax.d_id);
+            bool answered = false;
+            if (!queryStatus(device, fax, &answered)) {
+                if (!answered)
+                    silent.insert(fax.d_id);
                 continue;
             }
             DatabaseManager store;
             store.updateSendFax(fax);
             emit updateFax(fax);
+            // The polled set holds no sent fax, so each one is reported here once.
+            if (fax.status == FaxStatus::SEND_FAX_SUCCESS)
+                emit faxSent(fax);
         }
     } catch (const std::exception& e) {
         LogUtil::w(QStringLiteral("异常捕获...%1").arg(QString::fromLocal8Bit(e.what())));
@@ -383,5 +395,8 @@ void SendFaxThread::sendFaxRetry(Device& device, QString& taskID)
     const bool accepted = command(device,
         QStringLiteral("<ACTION>SEND_FAX_RETRY</ACTION><TASKID>") + taskID + "</TASKID><RETRY_CNT>2</RETRY_CNT>",
         QStringLiteral("sendFaxRetry: %1"), QStringLiteral("RETRY_OK"));
+    // A failed fax has left the polled set; the device sends it again, so it is followed again.
+    if (accepted)
+        DatabaseManager().reopenSentFax(device.id, taskID.toInt());
     emit sendFaxRetryResult(taskID, accepted);
 }

@@ -58,6 +58,8 @@ signals:
     // Whether the device answered "PAUSE_OK" / "RETRY_OK"; false also when it was not reached.
     void sendFaxPauseResult(QString& taskID, bool accepted);
     void sendFaxRetryResult(QString& taskID, bool accepted);
+    // A status round saw the fax reach SEND_FAX_SUCCESS: once per fax.
+    void faxSent(Fax& fax);
     // Ends every getFaxStatus and getFaxStatus2, whatever came of it.
     void faxStatusFinished();
 
@@ -66,8 +68,10 @@ private:
     // there; empty when the file could not be written.
     static QString writeJobFile(
         int pageTotal, const std::function<QImage(int)>& pageAt, const QString& folder, const QString& now);
-    // One status exchange on port 3007; true when a whole record was read into the fax.
-    bool queryStatus(Device& device, Fax& fax, bool* reached = nullptr);
+    // One status exchange on port 3007; true when a whole record was read into the fax, or
+    // when the device no longer knows the task (status SEND_FAX_NOT_FOUND). answered: the
+    // device logged in and replied.
+    bool queryStatus(Device& device, Fax& fax, bool* answered = nullptr);
     // The upload itself once the header is built: true with the device's final reply text,
     // false with the reason.
     bool upload(QTcpSocket* socket, const QByteArray& header, const QString& path, QString& finalReply, QString& why);
