@@ -593,10 +593,19 @@ void DatabaseManager::updateUploadFaxFailed(Fax& fax)
 
 void DatabaseManager::updateSendFax(Fax& fax)
 {
-    run(QStringLiteral("UPDATE FAXES SET time = ? , status = ? , remark = ? , issue = ? , priority = ? , dialAlready = "
-                       "? , pageSended = ? WHERE id = ?"),
-        {text(fax.time), fax.status, text(fax.remark), text(fax.issue), fax.priority, fax.dialAlready, fax.pageSended,
-         fax.id});
+    updateSendFaxes({fax});
+}
+
+bool DatabaseManager::updateSendFaxes(const QList<Fax>& faxes)
+{
+    const QString sql = QStringLiteral("UPDATE FAXES SET time = ? , status = ? , remark = ? , issue = ? , priority = ? "
+                                       ", dialAlready = ? , pageSended = ? WHERE id = ?");
+    return runEach(sql, faxes, [](QSqlQuery& query, const Fax& fax) {
+        const QVariantList values{text(fax.time), fax.status,      text(fax.remark), text(fax.issue),
+                                  fax.priority,   fax.dialAlready, fax.pageSended,   fax.id};
+        for (int i = 0; i < values.size(); ++i)
+            query.bindValue(i, values.at(i));
+    });
 }
 
 bool DatabaseManager::deleteFax(Fax& fax)

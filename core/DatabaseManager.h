@@ -48,6 +48,8 @@ public:
     void updateFaxReaded(Fax& fax);
     void updateUploadFaxFailed(Fax& fax);
     void updateSendFax(Fax& fax);
+    // The same for many faxes in one transaction.
+    bool updateSendFaxes(const QList<Fax>& faxes);
     // A sent fax the device has taken back into its queue (an accepted retry) is open again.
     void reopenSentFax(int deviceId, int taskID);
     bool deleteFax(Fax& fax);

@@ -16,7 +16,6 @@
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QFile>
-#include <QSet>
 #include <QTcpSocket>
 
 #include <cstdio>
@@ -32,6 +31,14 @@ constexpr int MAX_NAME_SUFFIX = 999;
 QString feedback(const QString& reply)
 {
     return StringUtil::getValue(reply, QStringLiteral("FEEDBACK"));
+}
+
+// Whether a status record changed a column that FAXES keeps: a fax that waits in the device's
+// queue costs no write (and no disk sync) in every round.
+bool storedStateChanged(const Fax& before, const Fax& after)
+{
+    return before.time != after.time || before.status != after.status || before.issue != after.issue
+        || before.dialAlready != after.dialAlready || before.pageSended != after.pageSended;
 }
 
 } // namespace
@@ -329,37 +336,32 @@ void SendFaxThread::getFaxStatus(Fax& fax)
 void SendFaxThread::getFaxStatus2()
 {
     try {
-        DatabaseManager db;
-        const QList<Fax> open = db.queryUploadingFax();
-        // A device that cannot be reached or leaves a query unanswered is not asked again for
-        // its other faxes in the same round, so a dead device costs one wait, not one per fax.
-        QSet<int> silent;
-        for (Fax fax : open) {
-            if (silent.contains(fax.d_id))
-                continue;
-            Device device;
-            device.id = fax.d_id;
-            device.deviceName = fax.deviceName;
-            device.devicePassword = fax.devicePassword;
-            device.serverName = fax.serverName;
-            device.localIP = fax.localIP;
-            device.remoteIP = fax.remoteIP;
-            device.productID = fax.productID;
-            device.taskID = fax.maxTaskID;
-            device.internetPort = DeviceProtocol::PORT_BASE;
-
-            bool answered = false;
-            if (!queryStatus(device, fax, &answered)) {
-                if (!answered)
-                    silent.insert(fax.d_id);
-                continue;
+        const QList<Fax> open = DatabaseManager().queryUploadingFax();
+        // One device after the other; a device that cannot be reached or leaves a query
+        // unanswered is not asked again for its other faxes in the same round, so a dead
+        // device costs one wait, not one per fax.
+        QList<int> devices;
+        for (const Fax& fax : open)
+            if (!devices.contains(fax.d_id))
+                devices.append(fax.d_id);
+        for (const int id : devices) {
+            QList<Fax> changed;
+            for (const Fax& stored : open) {
+                if (stored.d_id != id)
+                    continue;
+                Fax fax = stored;
+                Device device = deviceOf(fax);
+                bool answered = false;
+                if (queryStatus(device, fax, &answered)) {
+                    if (storedStateChanged(stored, fax))
+                        changed.append(fax);
+                    else
+                        emit updateFax(fax); // live progress only
+                } else if (!answered) {
+                    break;
+                }
             }
-            DatabaseManager store;
-            store.updateSendFax(fax);
-            emit updateFax(fax);
-            // The polled set holds no sent fax, so each one is reported here once.
-            if (fax.status == FaxStatus::SEND_FAX_SUCCESS)
-                emit faxSent(fax);
+            storeRound(changed);
         }
     } catch (const std::exception& e) {
         LogUtil::w(QStringLiteral("异常捕获...%1").arg(QString::fromLocal8Bit(e.what())));
@@ -367,6 +369,35 @@ void SendFaxThread::getFaxStatus2()
         LogUtil::w(QStringLiteral("异常捕获..."));
     }
     emit faxStatusFinished();
+}
+
+Device SendFaxThread::deviceOf(const Fax& fax)
+{
+    Device device;
+    device.id = fax.d_id;
+    device.deviceName = fax.deviceName;
+    device.devicePassword = fax.devicePassword;
+    device.serverName = fax.serverName;
+    device.localIP = fax.localIP;
+    device.remoteIP = fax.remoteIP;
+    device.productID = fax.productID;
+    device.taskID = fax.maxTaskID;
+    device.internetPort = DeviceProtocol::PORT_BASE;
+    return device;
+}
+
+void SendFaxThread::storeRound(QList<Fax>& changed)
+{
+    if (changed.isEmpty())
+        return;
+    // One transaction for a device's faxes: a disk sync for each would cost more than asking.
+    const bool stored = DatabaseManager().updateSendFaxes(changed);
+    for (Fax& fax : changed) {
+        emit updateFax(fax);
+        // The polled set holds no sent fax, so each one is reported here once.
+        if (stored && fax.status == FaxStatus::SEND_FAX_SUCCESS)
+            emit faxSent(fax);
+    }
 }
 
 // ---- Pause and retry ----

@@ -43,7 +43,8 @@ public slots:
     void sendFax(Fax& fax);
     // Polls one fax; writes the record's fields into it and emits updateFax (FAXES untouched).
     void getFaxStatus(Fax& fax);
-    // Polls every open fax of the user, writes FAXES and emits updateFax for each.
+    // Polls every open fax of the user, writes FAXES (each device's changes together) and
+    // emits updateFax for each.
     void getFaxStatus2();
     void sendFaxPause(Device& device, QString& taskID);
     void sendFaxRetry(Device& device, QString& taskID);
@@ -72,6 +73,10 @@ private:
     // when the device no longer knows the task (status SEND_FAX_NOT_FOUND). answered: the
     // device logged in and replied.
     bool queryStatus(Device& device, Fax& fax, bool* answered = nullptr);
+    // The device whose columns queryUploadingFax joined to the fax.
+    static Device deviceOf(const Fax& fax);
+    // Writes the faxes whose record changed a stored column, then shows them.
+    void storeRound(QList<Fax>& changed);
     // The upload itself once the header is built: true with the device's final reply text,
     // false with the reason.
     bool upload(QTcpSocket* socket, const QByteArray& header, const QString& path, QString& finalReply, QString& why);
