@@ -156,6 +156,36 @@ public:
     }
 };
 
+// jobs open faxes: the first dead ones on off, stored as taken before it went off, the
+// others uploaded to device.
+bool openFaxes(const Device& device, const Device& off, const QString& file, int jobs, int dead = 0)
+{
+    for (int i = 0; i < jobs; ++i) {
+        Fax fax = storedFax(i < dead ? off : device, file, i);
+        if (i < dead) {
+            fax.taskID = 1000 + i;
+            DatabaseManager().updateFaxTaskID(fax);
+        } else if (upload(fax) == 0) {
+            std::fprintf(stderr, "upload %d failed\n", i);
+            return false;
+        }
+    }
+    return true;
+}
+
+// One status round on this thread: the faxes it reported, and its seconds.
+int timedRound(double& seconds)
+{
+    SendFaxThread worker;
+    int updated = 0;
+    QObject::connect(&worker, &SendFaxThread::updateFax, [&updated](Fax&) { ++updated; });
+    const double t = now();
+    worker.getFaxStatus2();
+    seconds = now() - t;
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    return updated;
+}
+
 int status(const QString& home, int jobs)
 {
     useHome(home);
@@ -166,25 +196,14 @@ int status(const QString& home, int jobs)
         return 1;
     Device device = storedDevice(scenario);
     const QString file = writeFaxFile(home + QStringLiteral("/Documents/job.tif"), 2000);
-    for (int i = 0; i < jobs; ++i) {
-        Fax fax = storedFax(device, file, i);
-        if (upload(fax) == 0) {
-            std::fprintf(stderr, "upload %d failed\n", i);
-            return 1;
-        }
-    }
-
-    SendFaxThread worker;
-    int updated = 0;
-    QObject::connect(&worker, &SendFaxThread::updateFax, [&updated](Fax&) { ++updated; });
-    double t = now();
-    worker.getFaxStatus2();
-    const double roundSeconds = now() - t;
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    if (!openFaxes(device, device, file, jobs))
+        return 1;
+    double roundSeconds = 0;
+    const int updated = timedRound(roundSeconds);
 
     LoginProbe probe;
     const int logins = 50;
-    t = now();
+    double t = now();
     for (int i = 0; i < logins; ++i)
         probe.once(device);
     const double loginSeconds = (now() - t) / logins;
@@ -228,24 +247,10 @@ int deadRound(const QString& home, int jobs, int dead)
     Device device = storedDevice(scenario);
     Device off = storedDevice(scenarioAt(QString::fromLatin1(deadAddress)));
     const QString file = writeFaxFile(home + QStringLiteral("/Documents/job.tif"), 2000);
-    for (int i = 0; i < jobs; ++i) {
-        Fax fax = storedFax(i < dead ? off : device, file, i);
-        if (i < dead) {
-            fax.taskID = 1000 + i; // taken by the device before it went off
-            DatabaseManager().updateFaxTaskID(fax);
-        } else if (upload(fax) == 0) {
-            std::fprintf(stderr, "upload %d failed\n", i);
-            return 1;
-        }
-    }
-
-    SendFaxThread worker;
-    int updated = 0;
-    QObject::connect(&worker, &SendFaxThread::updateFax, [&updated](Fax&) { ++updated; });
-    double t = now();
-    worker.getFaxStatus2();
-    const double roundSeconds = now() - t;
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    if (!openFaxes(device, off, file, jobs, dead))
+        return 1;
+    double roundSeconds = 0;
+    const int updated = timedRound(roundSeconds);
 
     // The outbox's way: a tick, then an upload asked for while the round runs.
     SendFaxController controller;
@@ -253,6 +258,7 @@ int deadRound(const QString& home, int jobs, int dead)
     double uploadSeconds = -1;
     double controllerRound = -1;
     QEventLoop loop;
+    double t = 0;
     QObject::connect(&controller, &SendFaxController::saveTaskID, [&](Fax&) { uploadSeconds = now() - t; });
     QObject::connect(&controller, &SendFaxController::faxStatusFinished, [&] {
         controllerRound = now() - t;

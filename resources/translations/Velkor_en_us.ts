@@ -1333,6 +1333,10 @@
         <source>已完成%1页%2%(共%3页)</source>
         <translation>Page %1 done, %2% (of %3 pages)</translation>
     </message>
+    <message>
+        <source>设备上已无此任务</source>
+        <translation>No longer on the device</translation>
+    </message>
 </context>
 <context>
     <name>FirmwareUpgradeWidget</name>
@@ -2002,10 +2006,6 @@ The desktop client of a networked fax server.</translation>
         <translation>Internal Distribution</translation>
     </message>
     <message>
-        <source>取消发送</source>
-        <translation>Cancel Sending</translation>
-    </message>
-    <message>
         <source>开始上传</source>
         <translation>Start Upload</translation>
     </message>
@@ -2064,6 +2064,16 @@ The desktop client of a networked fax server.</translation>
     <message>
         <source>成功</source>
         <translation>Success</translation>
+    </message>
+    <message>
+        <source>暂停发送</source>
+        <translation>Pause Sending</translation>
+    </message>
+    <message>
+        <source>暂停发送到 %1 的传真（任务编号 %2）？
+暂停后可用“重试”继续发送。</source>
+        <translation>Pause sending the fax to %1 (task %2)?
+Use "Retry" to send it on later.</translation>
     </message>
 </context>
 <context>

@@ -1333,6 +1333,10 @@
         <source>已完成%1页%2%(共%3页)</source>
         <translation>已完成%1页%2%(共%3页)</translation>
     </message>
+    <message>
+        <source>设备上已无此任务</source>
+        <translation>设备上已无此任务</translation>
+    </message>
 </context>
 <context>
     <name>FirmwareUpgradeWidget</name>
@@ -2002,10 +2006,6 @@
         <translation>内部分发</translation>
     </message>
     <message>
-        <source>取消发送</source>
-        <translation>取消发送</translation>
-    </message>
-    <message>
         <source>开始上传</source>
         <translation>开始上传</translation>
     </message>
@@ -2064,6 +2064,16 @@
     <message>
         <source>成功</source>
         <translation>成功</translation>
+    </message>
+    <message>
+        <source>暂停发送</source>
+        <translation>暂停发送</translation>
+    </message>
+    <message>
+        <source>暂停发送到 %1 的传真（任务编号 %2）？
+暂停后可用“重试”继续发送。</source>
+        <translation>暂停发送到 %1 的传真（任务编号 %2）？
+暂停后可用“重试”继续发送。</translation>
     </message>
 </context>
 <context>

@@ -10,6 +10,7 @@
 
 #include <QAtomicInt>
 #include <QMenu>
+#include <QSignalSpy>
 #include <QTableWidget>
 #include <QThread>
 #include <QTimer>
@@ -33,7 +34,8 @@ void watchOutput(QtMsgType type, const QMessageLogContext& context, const QStrin
 }
 } // namespace
 
-// The outbox's commands on a fax and what its row shows while the device has it.
+// The outbox's commands on a fax, what its row shows while the device has it, and its status
+// rounds against a device that does not answer.
 class TestOutboxCommands : public QObject
 {
     Q_OBJECT
@@ -60,10 +62,22 @@ class TestOutboxCommands : public QObject
     // Status rounds every 100 ms.
     static void speedUp(SendBoxWidget& box) { box.findChild<QTimer*>(QStringLiteral("statusTimer"))->setInterval(100); }
 
+    Fax job(const QString& number)
+    {
+        return storedFax(m_device, writeFile(TestSupport::documentsPath() + number + ".tif", tinyTiff(300)), number);
+    }
+    // Faxes uploaded by a worker of this thread.
+    void uploaded(const QStringList& numbers)
+    {
+        for (const QString& number : numbers) {
+            Fax fax = job(number);
+            SendFaxThread().sendFax(fax);
+        }
+    }
     // A fax the outbox uploads and follows; its task number once the device took it.
     int send(SendBoxWidget& box, const QString& number, const QDateTime& plan = QDateTime())
     {
-        Fax fax = storedFax(m_device, writeFile(TestSupport::documentsPath() + number + ".tif", tinyTiff(300)), number);
+        Fax fax = job(number);
         fax.dateTimePlan = plan;
         box.insertFaxToList({ fax });
         if (!QTest::qWaitFor([&fax] { return storedColumn(fax.id, "taskID").toInt() != 0; }, 5000))
@@ -117,6 +131,48 @@ private slots:
         QCOMPARE(lines(QStringLiteral("GET_SEND_FAX_STATUS ->")), 1);
         QCOMPARE(lines(QStringLiteral("ready token without a transfer")), 0);
         QCOMPARE(storedColumn(fax.id, "status").toInt(), box.faxes().first().status);
+    }
+
+    // Logged in, then no reply to the query: the device's other faxes wait for the next round.
+    void silentDeviceIsConnectedOncePerRound()
+    {
+        uploaded({ "1", "2", "3" });
+        DeviceProtocol::setTestTimeoutDivisor(10);
+        sim()->addFault(SimFault::make(QStringLiteral("GET_SEND_FAX_STATUS"), SimFault::Silent));
+        const int before = lines(QStringLiteral("connected, "));
+        SendFaxThread worker;
+        QSignalSpy updated(&worker, &SendFaxThread::updateFax);
+        worker.getFaxStatus2();
+        QCOMPARE(updated.count(), 0);
+        QCOMPARE(lines(QStringLiteral("connected, ")) - before, 1);
+    }
+
+    // The round answers slowly; an upload asked for meanwhile goes to the device before the
+    // round's later faxes are asked for.
+    void uploadDoesNotWaitForTheRound()
+    {
+        uploaded({ "1", "2", "3" });
+        sim()->addFault(SimFault::make(QStringLiteral("GET_SEND_FAX_STATUS"), SimFault::Delay, 0, 400));
+        Fax fresh = job(QStringLiteral("4"));
+        SendFaxController controller;
+        QSignalSpy finished(&controller, &SendFaxController::faxStatusFinished);
+        QSignalSpy taken(&controller, &SendFaxController::saveTaskID);
+        emit controller.getFaxStatus2();
+        QTRY_VERIFY(lines(QStringLiteral("GET_SEND_FAX_STATUS")) > 0);
+        emit controller.sendFax(fresh);
+        QTRY_COMPARE_WITH_TIMEOUT(finished.count(), 1, 10000);
+        QCOMPARE(taken.count(), 1);
+
+        const QStringList log = sim()->actionLog();
+        int upload = -1;
+        int lastQuery = -1;
+        for (int i = 0; i < log.size(); ++i) {
+            if (log.at(i).contains(QStringLiteral("SENDFAX ")))
+                upload = i;
+            if (log.at(i).contains(QStringLiteral("GET_SEND_FAX_STATUS ->")))
+                lastQuery = i;
+        }
+        QVERIFY2(upload >= 0 && upload < lastQuery, qPrintable(log.join('\n')));
     }
 
     // "重试" of a failed fax: the row follows the device's new run.
