@@ -104,9 +104,10 @@ SendBoxWidget::~SendBoxWidget()
 // Widths that show a typical value of each column whole; a saved header state replaces them.
 void SendBoxWidget::setDefaultWidths()
 {
-    static const QStringList samples{ "发送失败", "000000", "普通", "02188888888", "王五贸易公司",
-                                      "已完成10页100%(共10页)", "10次(10次)", "2024-03-19 10:00:00",
-                                      "文字备注文字", "No answer", "5A3C0001" };
+    // The status column fits its longest word, in the language shown.
+    const QStringList samples{ statusWord(FaxStatus::SEND_FAX_NOT_FOUND), "000000", "普通", "02188888888",
+                               "王五贸易公司", "已完成10页100%(共10页)", "10次(10次)", "2024-03-19 10:00:00",
+                               "文字备注文字", "No answer", "5A3C0001" };
     const QFontMetrics metrics(ui->tableWidget->font());
     const QStringList titles = headers();
     for (int column = 0; column < samples.size(); ++column)

@@ -1335,7 +1335,7 @@
     </message>
     <message>
         <source>设备上已无此任务</source>
-        <translation>No longer on the device</translation>
+        <translation>Not on device</translation>
     </message>
 </context>
 <context>
