@@ -1,5 +1,7 @@
 #include "DatabaseManager.h"
 #include "LogUtil.h"
+#include "MainWindow.h"
+#include "PrintJobSpool.h"
 #include "QtSingleApplication.h"
 #include "SelectLanguageDialog.h"
 #include "Startup.h"
@@ -32,5 +34,14 @@ int main(int argc, char** argv)
 
     Startup::installWindowFactories();
     Startup::openFirstWindow();
+    // The print queue's backend says when a printed document waits; a logged-in session opens
+    // it at once, otherwise it waits for the next login.
+    QObject::connect(&app, &QtSingleApplication::messageReceived, [](const QString& message) {
+        if (!PrintJobSpool::isMessage(message))
+            return;
+        for (QWidget* widget : QApplication::topLevelWidgets())
+            if (auto* window = qobject_cast<MainWindow*>(widget))
+                window->openPrintJobs();
+    });
     return app.exec();
 }

@@ -26,6 +26,9 @@ inline const QString KEY_OCR_PROGRAM = QStringLiteral("ocrProgram");
 // the file (appended when absent). Empty means gedit where it is installed, else the
 // desktop's default opener (xdg-open).
 inline const QString KEY_LOG_VIEWER = QStringLiteral("logViewer");
+// Closing the main window hides it in the tray, where polling and status tracking go on;
+// off, closing ends the session.
+inline const QString KEY_MINIMIZE_TO_TRAY = QStringLiteral("minimizeToTray");
 
 // "UserConfig.ini" in the documents root.
 std::unique_ptr<QSettings> userConfig();

@@ -23,8 +23,11 @@ public:
         RECV_FAX_REPLYED = 13,
         RECV_FAX_FORWARDED = 14,
         RECV_FAX_PRINTED = 15,
-        // States the client gives a fax on its own lie far from the device's values, which
-        // the status record may extend. 404: the device answered NOT_FOUND for the task.
+        RECV_FAX_FAILED = 16, // a received fax whose file could not be fetched yet
+        // States the client sets on its own, never a device, lie far from the device's values.
+        // The device may or may not hold the fax: its answer to the upload never came whole.
+        SEND_FAX_UPLOAD_UNKNOWN = 201,
+        // The device answered NOT_FOUND for the task.
         SEND_FAX_NOT_FOUND = 404,
     };
     Q_ENUM(FaxStatusEnum)

@@ -137,6 +137,7 @@ FaxDetailWindow::FaxDetailWindow(const Fax& fax, QWidget* parent)
 
     m_controller = new SendFaxController(this);
     connect(m_controller, &SendFaxController::returnFaxList, this, &FaxDetailWindow::handlerTransformFax);
+    connect(m_controller, &SendFaxController::jobFileFailed, this, &FaxDetailWindow::jobFileFailed);
 
     m_option = FaxOptionDialog::loadDefaults();
 
@@ -587,6 +588,11 @@ bool FaxDetailWindow::openPdf(const QString& path, bool& cancelled)
     return true;
 }
 
+void FaxDetailWindow::setRecipients(const QString& line)
+{
+    ui->edit_phone_2->setText(line);
+}
+
 void FaxDetailWindow::open_picture_file(QStringList files)
 {
     if (m_loading)
@@ -896,6 +902,23 @@ void FaxDetailWindow::selectDeviceSendFax(QList<Device> devices)
     emit m_controller->transformFaxPages(recipients, remark, faxPages, sources, m_option, devices);
 }
 
+bool FaxDetailWindow::hasUnsentWork() const
+{
+    return !m_handedOn && !m_sending && !ui->inputWidget->isHidden()
+        && (m_model->rowCount() > 0 || hasRecipient(ui->edit_phone_2->text()));
+}
+
+bool FaxDetailWindow::confirmDiscard()
+{
+    if (m_discardConfirmed || !hasUnsentWork())
+        return true;
+    m_discardConfirmed = MessageBoxUtil::question(this, tr("Velkor 消息"),
+                                                  tr("这份传真还没有发送，关闭后其页面和收件人将丢失。\n确定关闭吗？"),
+                                                  QMessageBox::Warning)
+        == QMessageBox::Yes;
+    return m_discardConfirmed;
+}
+
 void FaxDetailWindow::closeEvent(QCloseEvent* event)
 {
     // The faxes being assembled are stored already: the window waits, hidden, to hand them on.
@@ -904,12 +927,40 @@ void FaxDetailWindow::closeEvent(QCloseEvent* event)
         event->ignore();
         return;
     }
+    if (!confirmDiscard()) {
+        event->ignore();
+        return;
+    }
     QMainWindow::closeEvent(event);
+}
+
+void FaxDetailWindow::jobFileFailed(QString& folder, QString& recipients)
+{
+    m_unwrittenFolders << folder;
+    m_unwrittenRecipients << recipients;
 }
 
 void FaxDetailWindow::handlerTransformFax(QList<Fax>& faxes)
 {
     m_sending = false;
+    if (!m_unwrittenFolders.isEmpty()) {
+        // The faxes that have their file go on; the window keeps the recipients left without
+        // one, so nothing is lost and nothing goes twice when the user sends again.
+        if (!faxes.isEmpty())
+            emit intent_to_sendbox(faxes);
+        const QString recipients = m_unwrittenRecipients.join(QLatin1Char(';'));
+        const QString folders = m_unwrittenFolders.join(QLatin1Char('\n'));
+        m_unwrittenFolders.clear();
+        m_unwrittenRecipients.clear();
+        ui->edit_phone_2->setText(recipients);
+        ui->action_send->setEnabled(true);
+        m_discardConfirmed = false;
+        show();
+        MessageBoxUtil::warningMsg(this, tr("Velkor 消息"),
+                                   tr("传真文件无法写入：\n%1\n发往以下收件人的传真没有生成：%2")
+                                       .arg(folders, recipients));
+        return;
+    }
     if (faxes.isEmpty()) {
         ui->action_send->setEnabled(true);
         if (!isVisible()) {
@@ -919,6 +970,7 @@ void FaxDetailWindow::handlerTransformFax(QList<Fax>& faxes)
         MessageBoxUtil::warningMsg(this, tr("Velkor 消息"), tr("传真没有生成，请检查收件人信息"));
         return;
     }
+    m_handedOn = true;
     emit intent_to_sendbox(faxes);
     close();
 }

@@ -50,6 +50,8 @@ public:
     void showReportImage(const QImage& image);
     // Appends the pages of TIFF, PDF and image files, in order, and selects the first page.
     void open_picture_file(QStringList files);
+    // Fills the recipient line ("name<number>;number;"), as the contact picker would.
+    void setRecipients(const QString& line);
 
     // The pages in list order, as they would be sent, every image decoded: meant for short
     // faxes and tests; the window itself goes page by page.
@@ -61,6 +63,10 @@ public:
     int pageDecodes() const;
     int currentRow() const;
     const FaxOption& faxOption() const;
+    // Pages or recipients composed here and not sent.
+    bool hasUnsentWork() const;
+    // Asks, when there is unsent work, whether it may go; true when the window may close.
+    bool confirmDiscard();
 
 signals:
     // The assembled faxes, for the outbox.
@@ -88,6 +94,7 @@ public slots:
 
     void showSelectContact(QList<Contact>& contacts);
     void handlerTransformFax(QList<Fax>& faxes);
+    void jobFileFailed(QString& folder, QString& recipients);
     void selectDeviceSendFax(QList<Device> devices);
     void addFaxPageToList(QImage& image);
     void selectSignSlot(QPixmap pixmap);
@@ -156,4 +163,8 @@ private:
     SendFaxController* m_controller = nullptr;
     bool m_loading = false;
     bool m_sending = false;
+    bool m_handedOn = false;         // the job went to the outbox
+    bool m_discardConfirmed = false; // the user agreed to drop the unsent work
+    QStringList m_unwrittenFolders;  // of the job under way: files that could not be written
+    QStringList m_unwrittenRecipients;
 };

@@ -3,6 +3,7 @@
 #include "DestopTip.h"
 #include "Device.h"
 #include "Fax.h"
+#include "PrintJobSpool.h"
 
 #include <QImage>
 #include <QList>
@@ -10,6 +11,8 @@
 #include <QPointer>
 
 class DeleteBoxWidget;
+class FaxDetailWindow;
+class FaxTray;
 
 class MyUDPTask;
 class QLabel;
@@ -40,6 +43,7 @@ public:
     DeleteBoxWidget* deleteBox() const { return m_deleteBox; }
     // The last new-fax notice, while it stands.
     DestopTip* lastTip() const { return m_tip; }
+    FaxTray* tray() const { return m_tray; }
 
     // Draws the pages of a fax file on a printer that is ready, one page at a time.
     static bool printPages(const QString& tiffPath, QPrinter* printer);
@@ -50,6 +54,10 @@ public:
     static QString pdfFileName(const QString& chosen);
 
 public slots:
+    // Opens an editor for each document printed to the "Velkor" queue that none has shown yet.
+    void openPrintJobs();
+    // Brings the window back (from the tray too) with the inbox shown.
+    void showInbox();
     void addDevice();
     void switchUser();
     void quitApp();
@@ -82,8 +90,13 @@ public slots:
 
     void on_treeWidget_itemClicked(QTreeWidgetItem* item, int column);
 
+    // Ends the session's editors and lets the session go, after asking about unsent work in
+    // an editor and uploads still under way; false when the user keeps the session.
+    bool mayEndSession();
+
 protected:
     void changeEvent(QEvent* event) override;
+    void closeEvent(QCloseEvent* event) override;
 
 private:
     void connectActions();
@@ -92,10 +105,13 @@ private:
     // The fax of the folder shown, an empty Fax when no row is current.
     Fax selectedFax() const;
     void openEditor(Fax fax, int mode);
+    FaxDetailWindow* newEditor(const Fax& fax);
     void printMethod(Fax& fax);
     void savePdf(Fax& fax);
     void showPage(int index);
     void stopDiscovery();
+    void openPrintJob(PrintJob job);
+    void showPrintJobs();
 
     Ui::MainWindow* ui;
     ReceiveBoxWidget* m_receiveBox;
@@ -106,4 +122,7 @@ private:
     QLabel* m_thirdLabel;
     MyUDPTask* m_udpTask = nullptr;
     QPointer<DestopTip> m_tip;
+    QList<QPointer<FaxDetailWindow>> m_editors;
+    bool m_ending = false;
+    FaxTray* m_tray;
 };

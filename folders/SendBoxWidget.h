@@ -6,6 +6,7 @@
 #include <QList>
 #include <QModelIndex>
 #include <QPair>
+#include <QSet>
 #include <QThreadPool>
 #include <QTimer>
 #include <QWidget>
@@ -39,6 +40,9 @@ public:
     void clearSelectItems();
     // A copy of the current row's fax; an empty Fax when no row is current.
     Fax getSelectItemPath();
+
+    // Uploads handed to the worker whose outcome has not come back yet.
+    int uploadsUnderWay() const;
 
     // The faxes the table shows, row by row.
     const QList<Fax>& faxes() const { return m_faxes; }
@@ -79,6 +83,8 @@ private slots:
     void updateFaxTaksId(Fax& fax);
     void updateFaxInfo(Fax& fax);
     void updateUploadFaxFailed(Fax& fax);
+    // The device's jobs could not be read: the user decides on a second upload.
+    void confirmReUpload(Fax& fax);
     // The automatic output of a fax the device has sent, on a thread of its own.
     void outputSentFax(Fax& fax);
 
@@ -91,6 +97,7 @@ private:
 
     Ui::SendBoxWidget* ui;
     QList<Fax> m_faxes;
+    QSet<int> m_uploading; // ids of faxes whose upload is queued or running
     QTimer m_statusTimer;
     SendFaxController* m_controller = nullptr;
     std::unique_ptr<FaxRows> m_rows;

@@ -27,6 +27,7 @@ SendFaxController::SendFaxController(QObject* parent)
     connect(this, &SendFaxController::transformFax, m_worker, &SendFaxThread::transfromFax);
     connect(this, &SendFaxController::transformFaxPages, m_worker, &SendFaxThread::transfromFaxPages);
     connect(this, &SendFaxController::sendFax, m_commands, &SendFaxThread::sendFax);
+    connect(this, &SendFaxController::reUploadFax, m_commands, &SendFaxThread::reUploadFax);
     connect(this, &SendFaxController::sendFaxPause, m_commands, &SendFaxThread::sendFaxPause);
     connect(this, &SendFaxController::sendFaxRetry, m_commands, &SendFaxThread::sendFaxRetry);
     // Status requests pass the tick gate first (same thread, direct).
@@ -37,6 +38,8 @@ SendFaxController::SendFaxController(QObject* parent)
     connect(m_commands, &SendFaxThread::returnTaskID, this, &SendFaxController::handleUploadFaxResult);
     connect(m_commands, &SendFaxThread::uploadFaxFailed, this, &SendFaxController::handleUploadFaxFailedResult);
     connect(m_worker, &SendFaxThread::updateFax, this, &SendFaxController::handleUpdateFaxResult);
+    connect(m_commands, &SendFaxThread::reUploadUnconfirmed, this, &SendFaxController::reUploadUnconfirmed);
+    connect(m_worker, &SendFaxThread::jobFileFailed, this, &SendFaxController::jobFileFailed);
     connect(m_worker, &SendFaxThread::updateSendFax, this, &SendFaxController::updateSendFax);
     connect(m_commands, &SendFaxThread::sendFaxPauseResult, this, &SendFaxController::sendFaxPauseResult);
     connect(m_commands, &SendFaxThread::sendFaxRetryResult, this, &SendFaxController::sendFaxRetryResult);

@@ -876,6 +876,20 @@
         <source>发送传真</source>
         <translation>Send Fax</translation>
     </message>
+    <message>
+        <source>这份传真还没有发送，关闭后其页面和收件人将丢失。
+确定关闭吗？</source>
+        <translation>This fax has not been sent. Closing the window discards its pages and recipients.
+Close it anyway?</translation>
+    </message>
+    <message>
+        <source>传真文件无法写入：
+%1
+发往以下收件人的传真没有生成：%2</source>
+        <translation>The fax file could not be written:
+%1
+No fax was made for these recipients: %2</translation>
+    </message>
 </context>
 <context>
     <name>FaxDistributeDialog</name>
@@ -1334,8 +1348,51 @@
         <translation>Page %1 done, %2% (of %3 pages)</translation>
     </message>
     <message>
+        <source>上传结果未知</source>
+        <translation>Upload result unknown</translation>
+    </message>
+    <message>
+        <source>接收失败</source>
+        <translation>Receive failed</translation>
+    </message>
+    <message>
         <source>设备上已无此任务</source>
         <translation>Not on device</translation>
+    </message>
+</context>
+<context>
+    <name>FaxTray</name>
+    <message>
+        <source>Velkor：没有未读传真</source>
+        <translation>Velkor: no unread faxes</translation>
+    </message>
+    <message>
+        <source>Velkor：未读传真 %1 份</source>
+        <translation>Velkor: unread faxes: %1</translation>
+    </message>
+    <message>
+        <source>新建传真</source>
+        <translation>New Fax</translation>
+    </message>
+    <message>
+        <source>收件箱</source>
+        <translation>Inbox</translation>
+    </message>
+    <message>
+        <source>退出</source>
+        <translation>Exit</translation>
+    </message>
+    <message>
+        <source>页数：%1</source>
+        <translation>Pages: %1</translation>
+    </message>
+    <message>
+        <source>来自 %1，页数：%2</source>
+        <translation>From %1, pages: %2</translation>
+    </message>
+    <message>
+        <source>新传真</source>
+        <translation>New fax</translation>
     </message>
 </context>
 <context>
@@ -1626,6 +1683,16 @@ LAN address: %3  Internet address: %4</translation>
         <translation>Velkor Automatic Fax System %1
 The desktop client of a networked fax server.</translation>
     </message>
+    <message>
+        <source>打印到传真的文档</source>
+        <translation>Documents printed to fax</translation>
+    </message>
+    <message>
+        <source>还有%1份传真没有上传完。现在结束，它们将停在“等待上传”，下次登录后可用“开始上传”发送。
+确定结束吗？</source>
+        <translation>Faxes not yet uploaded: %1. If you end now they stay "Waiting for upload" and can be sent with "Start Upload" after the next login.
+End anyway?</translation>
+    </message>
 </context>
 <context>
     <name>ManualAssignWidget</name>
@@ -1774,6 +1841,37 @@ The desktop client of a networked fax server.</translation>
     </message>
 </context>
 <context>
+    <name>PrintJobsDialog</name>
+    <message>
+        <source>打开</source>
+        <translation>Open</translation>
+    </message>
+    <message>
+        <source>删除</source>
+        <translation>Delete</translation>
+    </message>
+    <message>
+        <source>打印到传真的文档</source>
+        <translation>Documents printed to fax</translation>
+    </message>
+    <message>
+        <source>(无标题)</source>
+        <translation>(untitled)</translation>
+    </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor Message</translation>
+    </message>
+    <message>
+        <source>删除打印的文档“%1”？</source>
+        <translation>Delete the printed document "%1"?</translation>
+    </message>
+    <message>
+        <source>无法删除 %1</source>
+        <translation>Cannot delete %1</translation>
+    </message>
+</context>
+<context>
     <name>QAdvancedPixmap</name>
     <message>
         <source>请输入...</source>
@@ -1849,6 +1947,20 @@ The desktop client of a networked fax server.</translation>
     <message>
         <source>标记为未读</source>
         <translation>Mark as Unread</translation>
+    </message>
+    <message>
+        <source>重试</source>
+        <translation>Retry</translation>
+    </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor Message</translation>
+    </message>
+    <message>
+        <source>接收的传真无法保存到 %1：请检查磁盘空间和文件夹的写入权限。
+传真仍保留在设备上，问题解决后会自动接收。</source>
+        <translation>Received faxes cannot be saved to %1: check the free disk space and the folder's write permission.
+The faxes stay on the device and are received once this is fixed.</translation>
     </message>
 </context>
 <context>
@@ -2066,6 +2178,16 @@ The desktop client of a networked fax server.</translation>
         <translation>Success</translation>
     </message>
     <message>
+        <source>无法查看设备的传真队列（此账号可能没有权限），不能确认发往 %1 的传真是否已在设备上。再次上传可能使对方收到两份。
+仍要再次上传吗？</source>
+        <translation>The device's fax queue cannot be read (this account may not be allowed to), so it is not known whether the fax to %1 is already on the device. Uploading it again may deliver it twice.
+Upload it again anyway?</translation>
+    </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor Message</translation>
+    </message>
+    <message>
         <source>暂停发送</source>
         <translation>Pause Sending</translation>
     </message>
@@ -2125,6 +2247,10 @@ Use "Retry" to send it on later.</translation>
     <message>
         <source>http(s)://... (空则不使用)</source>
         <translation>http(s)://... (empty: not used)</translation>
+    </message>
+    <message>
+        <source>关闭主窗口时最小化到托盘</source>
+        <translation>Minimize to the tray when the main window is closed</translation>
     </message>
 </context>
 <context>

@@ -876,6 +876,20 @@
         <source>发送传真</source>
         <translation>发送传真</translation>
     </message>
+    <message>
+        <source>这份传真还没有发送，关闭后其页面和收件人将丢失。
+确定关闭吗？</source>
+        <translation>这份传真还没有发送，关闭后其页面和收件人将丢失。
+确定关闭吗？</translation>
+    </message>
+    <message>
+        <source>传真文件无法写入：
+%1
+发往以下收件人的传真没有生成：%2</source>
+        <translation>传真文件无法写入：
+%1
+发往以下收件人的传真没有生成：%2</translation>
+    </message>
 </context>
 <context>
     <name>FaxDistributeDialog</name>
@@ -1334,8 +1348,51 @@
         <translation>已完成%1页%2%(共%3页)</translation>
     </message>
     <message>
+        <source>上传结果未知</source>
+        <translation>上传结果未知</translation>
+    </message>
+    <message>
+        <source>接收失败</source>
+        <translation>接收失败</translation>
+    </message>
+    <message>
         <source>设备上已无此任务</source>
         <translation>设备上已无此任务</translation>
+    </message>
+</context>
+<context>
+    <name>FaxTray</name>
+    <message>
+        <source>Velkor：没有未读传真</source>
+        <translation>Velkor：没有未读传真</translation>
+    </message>
+    <message>
+        <source>Velkor：未读传真 %1 份</source>
+        <translation>Velkor：未读传真 %1 份</translation>
+    </message>
+    <message>
+        <source>新建传真</source>
+        <translation>新建传真</translation>
+    </message>
+    <message>
+        <source>收件箱</source>
+        <translation>收件箱</translation>
+    </message>
+    <message>
+        <source>退出</source>
+        <translation>退出</translation>
+    </message>
+    <message>
+        <source>页数：%1</source>
+        <translation>页数：%1</translation>
+    </message>
+    <message>
+        <source>来自 %1，页数：%2</source>
+        <translation>来自 %1，页数：%2</translation>
+    </message>
+    <message>
+        <source>新传真</source>
+        <translation>新传真</translation>
     </message>
 </context>
 <context>
@@ -1626,6 +1683,16 @@
         <translation>Velkor自动传真系统 %1
 网络传真服务器的桌面客户端。</translation>
     </message>
+    <message>
+        <source>打印到传真的文档</source>
+        <translation>打印到传真的文档</translation>
+    </message>
+    <message>
+        <source>还有%1份传真没有上传完。现在结束，它们将停在“等待上传”，下次登录后可用“开始上传”发送。
+确定结束吗？</source>
+        <translation>还有%1份传真没有上传完。现在结束，它们将停在“等待上传”，下次登录后可用“开始上传”发送。
+确定结束吗？</translation>
+    </message>
 </context>
 <context>
     <name>ManualAssignWidget</name>
@@ -1774,6 +1841,37 @@
     </message>
 </context>
 <context>
+    <name>PrintJobsDialog</name>
+    <message>
+        <source>打开</source>
+        <translation>打开</translation>
+    </message>
+    <message>
+        <source>删除</source>
+        <translation>删除</translation>
+    </message>
+    <message>
+        <source>打印到传真的文档</source>
+        <translation>打印到传真的文档</translation>
+    </message>
+    <message>
+        <source>(无标题)</source>
+        <translation>(无标题)</translation>
+    </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor 消息</translation>
+    </message>
+    <message>
+        <source>删除打印的文档“%1”？</source>
+        <translation>删除打印的文档“%1”？</translation>
+    </message>
+    <message>
+        <source>无法删除 %1</source>
+        <translation>无法删除 %1</translation>
+    </message>
+</context>
+<context>
     <name>QAdvancedPixmap</name>
     <message>
         <source>请输入...</source>
@@ -1849,6 +1947,20 @@
     <message>
         <source>标记为未读</source>
         <translation>标记为未读</translation>
+    </message>
+    <message>
+        <source>重试</source>
+        <translation>重试</translation>
+    </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor 消息</translation>
+    </message>
+    <message>
+        <source>接收的传真无法保存到 %1：请检查磁盘空间和文件夹的写入权限。
+传真仍保留在设备上，问题解决后会自动接收。</source>
+        <translation>接收的传真无法保存到 %1：请检查磁盘空间和文件夹的写入权限。
+传真仍保留在设备上，问题解决后会自动接收。</translation>
     </message>
 </context>
 <context>
@@ -2066,6 +2178,16 @@
         <translation>成功</translation>
     </message>
     <message>
+        <source>无法查看设备的传真队列（此账号可能没有权限），不能确认发往 %1 的传真是否已在设备上。再次上传可能使对方收到两份。
+仍要再次上传吗？</source>
+        <translation>无法查看设备的传真队列（此账号可能没有权限），不能确认发往 %1 的传真是否已在设备上。再次上传可能使对方收到两份。
+仍要再次上传吗？</translation>
+    </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor 消息</translation>
+    </message>
+    <message>
         <source>暂停发送</source>
         <translation>暂停发送</translation>
     </message>
@@ -2125,6 +2247,10 @@
     <message>
         <source>http(s)://... (空则不使用)</source>
         <translation>http(s)://... (空则不使用)</translation>
+    </message>
+    <message>
+        <source>关闭主窗口时最小化到托盘</source>
+        <translation>关闭主窗口时最小化到托盘</translation>
     </message>
 </context>
 <context>

@@ -122,7 +122,7 @@ private slots:
         finish(d, "button_ok");
 
         FaxOption o = w->faxOption();
-        QCOMPARE(o.priority, 3);
+        QCOMPARE(o.priority, 4);
         QCOMPARE(o.quality, 0);
         QCOMPARE(o.dialogTotal, 7);
         QCOMPARE(o.retryTime, 9);
@@ -145,19 +145,19 @@ private slots:
         QCOMPARE(settings->value("/SendFaxOptions/TaskPriority").toInt(), 3);
         QCOMPARE(settings->value("/SendFaxOptions/TaskQuality").toInt(), 0);
 
-        // Reopened: the plan time is gone, the window stays; cancel changes nothing.
+        // Reopened: the plan time and the window stay; cancel changes nothing.
         d = openOptions(w.data());
-        QVERIFY(!TestSupport::find<QCheckBox>(d, "check_start_at")->isChecked());
+        QVERIFY(TestSupport::find<QCheckBox>(d, "check_start_at")->isChecked());
         QVERIFY(TestSupport::find<QCheckBox>(d, "check_enable_from")->isChecked());
         QCOMPARE(TestSupport::find<QTimeEdit>(d, "time_enable_to")->time(), QTime(18, 0));
         TestSupport::find<QComboBox>(d, "combo_priority")->setCurrentIndex(0);
         finish(d, "button_cancel");
-        QCOMPARE(w->faxOption().priority, 3);
+        QCOMPARE(w->faxOption().priority, 4);
         QVERIFY(w->faxOption().planEnabled);
 
         // A new window starts from the stored defaults, with no schedule.
         QScopedPointer<FaxDetailWindow> next(composer(0, QString()));
-        QCOMPARE(next->faxOption().priority, 3);
+        QCOMPARE(next->faxOption().priority, 4);
         QCOMPARE(next->faxOption().dialogTotal, 7);
         QVERIFY(!next->faxOption().planEnabled && !next->faxOption().windowEnabled);
     }
@@ -168,10 +168,10 @@ private slots:
         FaxOptionDialog* d = openOptions(w.data());
         TestSupport::find<QComboBox>(d, "combo_priority")->setCurrentIndex(0);
         finish(d, "button_ok");
-        QCOMPARE(w->faxOption().priority, 0); // the combo index is the value handed on
+        QCOMPARE(w->faxOption().priority, 1); // FAX_PRIORITY_LOW
         QVERIFY(!AppSettings::userSetting()->contains("/SendFaxOptions/TaskPriority"));
         QScopedPointer<FaxDetailWindow> next(composer(0, QString()));
-        QCOMPARE(next->faxOption().priority, 2);
+        QCOMPARE(next->faxOption().priority, 3);
     }
 
     void recipientLineFromChosenContacts()
@@ -251,7 +251,7 @@ private slots:
             QCOMPARE(fax.pageTotal, 2);
             QCOMPARE(fax.serverID, devices[0].productID);
             QCOMPARE(fax.dialTotal, 5);
-            QCOMPARE(fax.priority, 2);
+            QCOMPARE(fax.priority, 3);
             QCOMPARE(fax.quality, 1);
             QCOMPARE(fax.filepath, faxes[0].filepath);
         }
@@ -304,7 +304,7 @@ private slots:
         QVERIFY2(h.problems.isEmpty(), qPrintable(h.problems.join("; ")));
         QCOMPARE(h.number, QStringLiteral("0755-1234"));
         QCOMPARE(h.receiver, QStringLiteral("Bob"));
-        QCOMPARE(h.priority, 3);
+        QCOMPARE(h.priority, 4);
         QCOMPARE(h.quality, 0);
         QCOMPARE(h.dialTotal, 4);
         QCOMPARE(h.retryTime, 6);
