@@ -2,6 +2,10 @@
 //   bench_link status <home> <jobs>
 //       <jobs> faxes uploaded and open on one devicesim, then one getFaxStatus2 round timed;
 //       also the cost of one bare login, for the share of the round spent logging in.
+//   bench_link deadround <home> <jobs> <dead>
+//       as status, with <dead> of the faxes on a second device that takes no connection (every
+//       connect waits its whole time-out): one round timed, and the wait of an upload asked for
+//       at the start of a round of the outbox's controller.
 //   bench_link transfer <home> <bytes>
 //       upload (SendFaxThread::sendFax) and download (ReceiveFaxThread::downloadFaxInfo2) of
 //       a fax of <bytes>, next to a bare socket ping-pong of the same 1200-byte blocks, each
@@ -20,11 +24,13 @@
 #include "LoginThread.h"
 #include "MD5Util.h"
 #include "ReceiveFaxThread.h"
+#include "SendFaxController.h"
 #include "SendFaxThread.h"
 #include "TiffUtil.h"
 #include "WireCodec.h"
 
 #include <QCoreApplication>
+#include <QEventLoop>
 #include <QFile>
 #include <QFileInfo>
 #include <QImage>
@@ -40,6 +46,7 @@
 #include <cstdio>
 #include <memory>
 #include <thread>
+#include <vector>
 
 using namespace BenchSupport;
 
@@ -154,6 +161,36 @@ public:
     }
 };
 
+// jobs open faxes: the first dead ones on off, stored as taken before it went off, the
+// others uploaded to device.
+bool openFaxes(const Device& device, const Device& off, const QString& file, int jobs, int dead = 0)
+{
+    for (int i = 0; i < jobs; ++i) {
+        Fax fax = storedFax(i < dead ? off : device, file, i);
+        if (i < dead) {
+            fax.taskID = 1000 + i;
+            DatabaseManager().updateFaxTaskID(fax);
+        } else if (upload(fax) == 0) {
+            std::fprintf(stderr, "upload %d failed\n", i);
+            return false;
+        }
+    }
+    return true;
+}
+
+// One status round on this thread: the faxes it reported, and its seconds.
+int timedRound(double& seconds)
+{
+    SendFaxThread worker;
+    int updated = 0;
+    QObject::connect(&worker, &SendFaxThread::updateFax, [&updated](Fax&) { ++updated; });
+    const double t = now();
+    worker.getFaxStatus2();
+    seconds = now() - t;
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    return updated;
+}
+
 int status(const QString& home, int jobs)
 {
     useHome(home);
@@ -164,25 +201,14 @@ int status(const QString& home, int jobs)
         return 1;
     Device device = storedDevice(scenario);
     const QString file = writeFaxFile(home + QStringLiteral("/Documents/job.tif"), 2000);
-    for (int i = 0; i < jobs; ++i) {
-        Fax fax = storedFax(device, file, i);
-        if (upload(fax) == 0) {
-            std::fprintf(stderr, "upload %d failed\n", i);
-            return 1;
-        }
-    }
-
-    SendFaxThread worker;
-    int updated = 0;
-    QObject::connect(&worker, &SendFaxThread::updateFax, [&updated](Fax&) { ++updated; });
-    double t = now();
-    worker.getFaxStatus2();
-    const double roundSeconds = now() - t;
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    if (!openFaxes(device, device, file, jobs))
+        return 1;
+    double roundSeconds = 0;
+    const int updated = timedRound(roundSeconds);
 
     LoginProbe probe;
     const int logins = 50;
-    t = now();
+    double t = now();
     for (int i = 0; i < logins; ++i)
         probe.once(device);
     const double loginSeconds = (now() - t) / logins;
@@ -190,6 +216,69 @@ int status(const QString& home, int jobs)
              "round_s=" + num(roundSeconds), "login_ms=" + num(loginSeconds * 1000, 2),
              "logins_share=" + num(updated > 0 ? loginSeconds * updated / roundSeconds : 0, 2) });
     return updated == jobs ? 0 : 1;
+}
+
+// A listening socket whose queue is full: the kernel drops every further connection request,
+// so a client's connect waits for its time-out, as with a device that is switched off.
+bool deafListener(const char* address, int port, std::vector<int>& sockets)
+{
+    sockaddr_in at {};
+    at.sin_family = AF_INET;
+    at.sin_port = htons(quint16(port));
+    inet_pton(AF_INET, address, &at.sin_addr);
+    const int server = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockets.push_back(server);
+    if (::bind(server, reinterpret_cast<sockaddr*>(&at), sizeof at) != 0 || ::listen(server, 0) != 0)
+        return false;
+    for (int i = 0; i < 3; ++i) {
+        const int filler = ::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0);
+        sockets.push_back(filler);
+        ::connect(filler, reinterpret_cast<sockaddr*>(&at), sizeof at);
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    return true;
+}
+
+int deadRound(const QString& home, int jobs, int dead)
+{
+    useHome(home);
+    loginBenchUser();
+    const Scenario scenario = scenarioAt(QStringLiteral("127.0.0.242"));
+    auto sim = startSim(scenario);
+    std::vector<int> sockets;
+    const char* deadAddress = "127.0.0.243";
+    if (!sim || !deafListener(deadAddress, DeviceProtocol::PORT_COMMAND, sockets))
+        return 1;
+    Device device = storedDevice(scenario);
+    Device off = storedDevice(scenarioAt(QString::fromLatin1(deadAddress)));
+    const QString file = writeFaxFile(home + QStringLiteral("/Documents/job.tif"), 2000);
+    if (!openFaxes(device, off, file, jobs, dead))
+        return 1;
+    double roundSeconds = 0;
+    const int updated = timedRound(roundSeconds);
+
+    // The outbox's way: a tick, then an upload asked for while the round runs.
+    SendFaxController controller;
+    Fax fresh = storedFax(device, file, jobs);
+    double uploadSeconds = -1;
+    double controllerRound = -1;
+    QEventLoop loop;
+    double t = 0;
+    QObject::connect(&controller, &SendFaxController::saveTaskID, [&](Fax&) { uploadSeconds = now() - t; });
+    QObject::connect(&controller, &SendFaxController::faxStatusFinished, [&] {
+        controllerRound = now() - t;
+        loop.quit();
+    });
+    t = now();
+    emit controller.getFaxStatus2();
+    emit controller.sendFax(fresh);
+    loop.exec();
+    for (int s : sockets)
+        ::close(s);
+    result({ QStringLiteral("jobs=%1").arg(jobs), QStringLiteral("dead=%1").arg(dead),
+             QStringLiteral("updated=%1").arg(updated), "round_s=" + num(roundSeconds),
+             "controller_round_s=" + num(controllerRound), "upload_s=" + num(uploadSeconds) });
+    return updated == jobs - dead && uploadSeconds >= 0 ? 0 : 1;
 }
 
 // The floor of the block protocol: a server that answers each ready token with one block,
@@ -316,11 +405,13 @@ int command(const QStringList& args)
     const QString command = args.value(0);
     if (command == QLatin1String("status") && args.size() >= 3)
         return status(args.at(1), args.at(2).toInt());
+    if (command == QLatin1String("deadround") && args.size() >= 4)
+        return deadRound(args.at(1), args.at(2).toInt(), args.at(3).toInt());
     if (command == QLatin1String("transfer") && args.size() >= 3)
         return transfer(args.at(1), args.at(2).toInt());
     if (command == QLatin1String("cancel") && args.size() >= 3)
         return cancel(args.at(1), args.at(2).toInt());
-    std::fprintf(stderr, "usage: bench_link status <home> <jobs> | transfer <home> <bytes> | cancel <home> <runs>\n");
+    std::fprintf(stderr, "usage: bench_link status <home> <jobs> | deadround <home> <jobs> <dead> | transfer <home> <bytes> | cancel <home> <runs>\n");
     return 2;
 }
 

@@ -283,12 +283,13 @@ ContactType readContactType(const QSqlQuery& query)
 enum class Represented { Ignored, ReplacesSender, FillsEmptyReceiver };
 
 // The fax lists of the current user. The contact join may give one row per matching contact.
-QList<Fax> queryFaxes(const QString& sql, Represented represented = Represented::Ignored)
+// The user's id is the first value of sql; more follow it.
+QList<Fax> queryFaxes(const QString& sql, Represented represented = Represented::Ignored, const QVariantList& more = {})
 {
     QList<Fax> faxes;
     QSqlQuery query(ConnectionPool::openConnection());
     query.setForwardOnly(true); // rows are read once, in order: no cache of them all
-    if (!run(query, sql, {gUser.id}))
+    if (!run(query, sql, QVariantList{gUser.id} + more))
         return faxes;
     const FaxColumns columns(query.record());
     while (query.next()) {
@@ -694,10 +695,19 @@ void DatabaseManager::updateUploadFaxFailed(Fax& fax)
 
 void DatabaseManager::updateSendFax(Fax& fax)
 {
-    run(QStringLiteral("UPDATE FAXES SET time = ? , status = ? , remark = ? , issue = ? , priority = ? , dialAlready = "
-                       "? , pageSended = ? WHERE id = ?"),
-        {text(fax.time), fax.status, text(fax.remark), text(fax.issue), fax.priority, fax.dialAlready, fax.pageSended,
-         fax.id});
+    updateSendFaxes({fax});
+}
+
+bool DatabaseManager::updateSendFaxes(const QList<Fax>& faxes)
+{
+    const QString sql = QStringLiteral("UPDATE FAXES SET time = ? , status = ? , remark = ? , issue = ? , priority = ? "
+                                       ", dialAlready = ? , pageSended = ? WHERE id = ?");
+    return runEach(sql, faxes, [](QSqlQuery& query, const Fax& fax) {
+        const QVariantList values{text(fax.time), fax.status,      text(fax.remark), text(fax.issue),
+                                  fax.priority,   fax.dialAlready, fax.pageSended,   fax.id};
+        for (int i = 0; i < values.size(); ++i)
+            query.bindValue(i, values.at(i));
+    });
 }
 
 bool DatabaseManager::deleteFax(Fax& fax)
@@ -777,8 +787,15 @@ QList<Fax> DatabaseManager::queryUploadingFax()
         ", f.file ,  f.filepath  , f.remark  , f.issue , f.priority , f.dialTotal , f.dialAlready  , f.tag , " SEND_OPTION_COLUMNS
         " , d.id as d_id , d.deviceName , d.devicePassword , d.serverName , d.localIP , d.remoteIP , d.productID , d.taskID as "
         "maxTaskID FROM FAXES as f LEFT JOIN Devices as d ON f.device_id = d.id  LEFT JOIN USERS u ON d.user_id = "
-        "u.id WHERE u.id = ? AND tag = 1 AND isDelete = 0 AND f.taskId != 0 AND f.status != 1 AND f.status != 2 ORDER "
-        "BY time desc"));
+        "u.id WHERE u.id = ? AND tag = 1 AND isDelete = 0 AND f.taskId != 0 AND f.status != 1 AND f.status != 2 AND "
+        "f.status != ? ORDER BY time desc"),
+        Represented::Ignored, {int(FaxStatus::SEND_FAX_NOT_FOUND)});
+}
+
+void DatabaseManager::reopenSentFax(int deviceId, int taskID)
+{
+    run(QStringLiteral("UPDATE FAXES SET status = ? WHERE device_id = ? AND taskID = ? AND tag = 1"),
+        {int(FaxStatus::SEND_FAX_WAITTING), deviceId, taskID});
 }
 
 // The tray's watch: the unread received faxes, newest last, without the contact join.

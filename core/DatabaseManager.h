@@ -55,6 +55,10 @@ public:
     // upload of the user runs. The number of rows changed.
     int recoverStrandedUploads();
     void updateSendFax(Fax& fax);
+    // The same for many faxes in one transaction.
+    bool updateSendFaxes(const QList<Fax>& faxes);
+    // A sent fax the device has taken back into its queue (an accepted retry) is open again.
+    void reopenSentFax(int deviceId, int taskID);
     bool deleteFax(Fax& fax);
     bool deleteFaxList(QList<Fax>& faxes);
     void restoreFax(Fax& fax);

@@ -14,6 +14,7 @@ QString FaxStatus::statusText(int status)
     case SEND_FAX_STOPED: return QCoreApplication::translate("FaxStatus", "已停止");
     case SEND_FAX_PLAN: return QCoreApplication::translate("FaxStatus", "计划中");
     case SEND_FAX_UPLOAD_UNKNOWN: return QCoreApplication::translate("FaxStatus", "上传结果未知");
+    case SEND_FAX_NOT_FOUND: return QCoreApplication::translate("FaxStatus", "设备上已无此任务");
     case RECV_FAX_UNREAD: return QCoreApplication::translate("FaxStatus", "未读");
     case RECV_FAX_READED: return QCoreApplication::translate("FaxStatus", "已读");
     case RECV_FAX_REPLYED: return QCoreApplication::translate("FaxStatus", "已回复");
@@ -41,8 +42,9 @@ QString FaxStatus::progressText(int sendState, int pageSended, int pagePercent, 
     case SEND_STATE_DIAL: return QCoreApplication::translate("FaxStatus", "正在拨号");
     case SEND_STATE_CONNECTED: return QCoreApplication::translate("FaxStatus", "正在连接");
     case SEND_STATE_TRAINING: return QCoreApplication::translate("FaxStatus", "传真握手 %1").arg(trainingValue);
-    default:
+    case SEND_STATE_NONE:
         return QCoreApplication::translate("FaxStatus", "已完成%1页%2%(共%3页)")
             .arg(pageSended).arg(pagePercent).arg(pageTotal);
+    default: return QString();
     }
 }

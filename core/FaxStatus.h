@@ -24,9 +24,11 @@ public:
         RECV_FAX_FORWARDED = 14,
         RECV_FAX_PRINTED = 15,
         RECV_FAX_FAILED = 16, // a received fax whose file could not be fetched yet
+        // States the client sets on its own, never a device, lie far from the device's values.
         // The device may or may not hold the fax: its answer to the upload never came whole.
-        // Set by the client only, never by a device, so far from the device's own values.
         SEND_FAX_UPLOAD_UNKNOWN = 201,
+        // The device answered NOT_FOUND for the task.
+        SEND_FAX_NOT_FOUND = 404,
     };
     Q_ENUM(FaxStatusEnum)
 
@@ -57,6 +59,6 @@ public:
     static QString statusText(int status);
     // The word shown for a priority; empty for FAX_PRIORITY_UNKNOW and unknown values.
     static QString priorityText(int priority);
-    // The outbox progress text of a live fax.
+    // The outbox progress text of a live fax; empty for a sending state without a text.
     static QString progressText(int sendState, int pageSended, int pagePercent, int pageTotal, int trainingValue);
 };

@@ -42,10 +42,17 @@ constexpr float THUMB_RATIO = float(THUMB_HEIGHT) / float(THUMB_WIDTH);
 // The outbox names the states of a sent fax; a received fax's state has no word here.
 QString statusWord(int status)
 {
-    return (status >= FaxStatus::SEND_FAX_FAILED && status <= FaxStatus::SEND_FAX_PLAN)
-            || status == FaxStatus::SEND_FAX_UPLOAD_UNKNOWN
-        ? FaxStatus::statusText(status)
-        : QString();
+    const bool sending = (status >= FaxStatus::SEND_FAX_FAILED && status <= FaxStatus::SEND_FAX_PLAN)
+        || status == FaxStatus::SEND_FAX_UPLOAD_UNKNOWN || status == FaxStatus::SEND_FAX_NOT_FOUND;
+    return sending ? FaxStatus::statusText(status) : QString();
+}
+
+// The states in which the device takes a pause: queued, sending, or waiting for its plan time.
+bool canPause(const Fax& fax)
+{
+    return fax.taskID != 0
+        && (fax.status == FaxStatus::SEND_FAX_WAITTING || fax.status == FaxStatus::SEND_FAX_SENDING
+            || fax.status == FaxStatus::SEND_FAX_PLAN);
 }
 
 QString dialText(const Fax& fax)
@@ -75,6 +82,8 @@ SendBoxWidget::SendBoxWidget(QWidget* parent)
     connect(m_controller, &SendFaxController::updateFax, this, &SendBoxWidget::updateFaxInfo);
     connect(m_controller, &SendFaxController::uploadFaxFailed, this, &SendBoxWidget::updateUploadFaxFailed);
     connect(m_controller, &SendFaxController::reUploadUnconfirmed, this, &SendBoxWidget::confirmReUpload);
+    connect(m_controller, &SendFaxController::faxSent, this, &SendBoxWidget::outputSentFax);
+    m_output.setMaxThreadCount(1);
 
     // The controller drops a tick while its previous round still runs, so a slow device does
     // not pile up rounds.
@@ -87,17 +96,20 @@ SendBoxWidget::~SendBoxWidget()
 {
     m_statusTimer.stop();
     FaxTable::saveHeaderState(ui->tableWidget, HEADER_KEY);
-    // The controller waits for an upload or round in progress before the form goes.
+    // The controller waits for an upload or round in progress before the form goes, and a
+    // copy of the automatic output is finished, not cut off.
     delete m_controller;
+    m_output.waitForDone();
     delete ui;
 }
 
 // Widths that show a typical value of each column whole; a saved header state replaces them.
 void SendBoxWidget::setDefaultWidths()
 {
-    static const QStringList samples{ "发送失败", "000000", "普通", "02188888888", "王五贸易公司",
-                                      "已完成10页100%(共10页)", "10次(10次)", "2024-03-19 10:00:00",
-                                      "文字备注文字", "No answer", "5A3C0001" };
+    // The status column fits its longest word, in the language shown.
+    const QStringList samples{ statusWord(FaxStatus::SEND_FAX_NOT_FOUND), "000000", "普通", "02188888888",
+                               "王五贸易公司", "已完成10页100%(共10页)", "10次(10次)", "2024-03-19 10:00:00",
+                               "文字备注文字", "No answer", "5A3C0001" };
     const QFontMetrics metrics(ui->tableWidget->font());
     const QStringList titles = headers();
     for (int column = 0; column < samples.size(); ++column)
@@ -202,7 +214,6 @@ void SendBoxWidget::updateFaxInfo(Fax& fax)
     if (row < 0)
         return;
     Fax& shown = m_faxes[row];
-    const bool justSent = fax.status == FaxStatus::SEND_FAX_SUCCESS && shown.status != FaxStatus::SEND_FAX_SUCCESS;
     shown.status = fax.status;
     shown.pageTotal = fax.pageTotal;
     shown.pageSended = fax.pageSended;
@@ -223,10 +234,13 @@ void SendBoxWidget::updateFaxInfo(Fax& fax)
     table->setItem(row, COLUMN_DIALS, new QTableWidgetItem(dialText(shown)));
     table->setItem(row, COLUMN_TIME, new QTableWidgetItem(shown.time));
     table->setItem(row, COLUMN_ISSUE, new QTableWidgetItem(shown.issue));
+}
 
-    // A fax reports success once: the round that sees it drops it from the polled set.
-    if (justSent)
-        FaxExporter::exportSentFax(shown);
+// Writing a long fax as PDF takes a while: never on this thread.
+void SendBoxWidget::outputSentFax(Fax& fax)
+{
+    const Fax sent = fax;
+    m_output.start([sent] { FaxExporter::exportSentFax(sent); });
 }
 
 void SendBoxWidget::on_tableWidget_clicked(const QModelIndex& index)
@@ -252,8 +266,8 @@ void SendBoxWidget::on_tableWidget_customContextMenuRequested(const QPoint& pos)
     menu->addAction(tr("删除"), this, &SendBoxWidget::actionDelete);
     menu->addAction(tr("添加备注"), this, &SendBoxWidget::actionRemark);
     menu->addAction(tr("内部分发"), this, &SendBoxWidget::actionDistribute);
-    QAction* stop = menu->addAction(tr("取消发送"), this, &SendBoxWidget::actionStopSend);
-    stop->setEnabled(status == FaxStatus::SEND_FAX_WAITTING || status == FaxStatus::SEND_FAX_SENDING);
+    QAction* stop = menu->addAction(tr("暂停发送"), this, &SendBoxWidget::actionStopSend);
+    stop->setEnabled(canPause(m_faxes.at(row)));
     QAction* upload = menu->addAction(tr("开始上传"), this, &SendBoxWidget::actionReUpload);
     upload->setEnabled(status == FaxStatus::SEND_FAX_UNSEND || status == FaxStatus::SEND_FAX_UPLOAD_UNKNOWN);
     menu->addAction(tr("保存为联系人"), this, &SendBoxWidget::actionAddContact);
@@ -287,9 +301,17 @@ void SendBoxWidget::actionRetry()
     deviceCommand(true);
 }
 
+// The device keeps a paused fax; "重试" sends it on.
 void SendBoxWidget::actionStopSend()
 {
-    deviceCommand(false);
+    const std::optional<Fax> fax = m_rows->currentFax();
+    if (!fax || !canPause(*fax))
+        return;
+    const QString question = tr("暂停发送到 %1 的传真（任务编号 %2）？\n暂停后可用“重试”继续发送。")
+                                 .arg(fax->receiver.isEmpty() ? fax->cid : fax->receiver)
+                                 .arg(fax->taskID);
+    if (MessageBoxUtil::question(this, QStringLiteral("Velkor"), question) == QMessageBox::Yes)
+        deviceCommand(false);
 }
 
 // Only a job whose upload failed is uploaded again; there is no automatic retry of an upload.

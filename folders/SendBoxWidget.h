@@ -7,6 +7,7 @@
 #include <QModelIndex>
 #include <QPair>
 #include <QSet>
+#include <QThreadPool>
 #include <QTimer>
 #include <QWidget>
 #include <memory>
@@ -84,6 +85,8 @@ private slots:
     void updateUploadFaxFailed(Fax& fax);
     // The device's jobs could not be read: the user decides on a second upload.
     void confirmReUpload(Fax& fax);
+    // The automatic output of a fax the device has sent, on a thread of its own.
+    void outputSentFax(Fax& fax);
 
 private:
     QStringList headers() const;
@@ -98,4 +101,5 @@ private:
     QTimer m_statusTimer;
     SendFaxController* m_controller = nullptr;
     std::unique_ptr<FaxRows> m_rows;
+    QThreadPool m_output;
 };

@@ -30,7 +30,7 @@ void FaxStatusTimer::updateFaxInfo(Fax& fax)
     db.updateSendFax(fax);
     emit updateFax(fax);
     const bool ended = fax.status == FaxStatus::SEND_FAX_FAILED || fax.status == FaxStatus::SEND_FAX_SUCCESS
-        || fax.status == FaxStatus::SEND_FAX_STOPED;
+        || fax.status == FaxStatus::SEND_FAX_STOPED || fax.status == FaxStatus::SEND_FAX_NOT_FOUND;
     if (ended && m_timerId != 0) {
         killTimer(m_timerId);
         m_timerId = 0;

@@ -8,7 +8,8 @@ class QTimerEvent;
 class SendFaxController;
 
 // Follows one fax every 2000 ms on a controller of its own until the device reports it sent
-// (2), failed (1) or stopped (7). Each answer is stored in FAXES and passed on.
+// (2), failed (1) or stopped (7), or no longer knows it. Each answer is stored in FAXES and
+// passed on.
 class FaxStatusTimer : public QObject
 {
     Q_OBJECT

@@ -20,36 +20,43 @@ SendFaxController::SendFaxController(QObject* parent)
     m_worker = new SendFaxThread;
     m_worker->moveToThread(&m_thread);
     connect(&m_thread, &QThread::finished, m_worker, &QObject::deleteLater);
+    m_commands = new SendFaxThread;
+    m_commands->moveToThread(&m_commandThread);
+    connect(&m_commandThread, &QThread::finished, m_commands, &QObject::deleteLater);
 
     connect(this, &SendFaxController::transformFax, m_worker, &SendFaxThread::transfromFax);
     connect(this, &SendFaxController::transformFaxPages, m_worker, &SendFaxThread::transfromFaxPages);
-    connect(this, &SendFaxController::sendFax, m_worker, &SendFaxThread::sendFax);
-    connect(this, &SendFaxController::reUploadFax, m_worker, &SendFaxThread::reUploadFax);
-    connect(this, &SendFaxController::sendFaxPause, m_worker, &SendFaxThread::sendFaxPause);
-    connect(this, &SendFaxController::sendFaxRetry, m_worker, &SendFaxThread::sendFaxRetry);
+    connect(this, &SendFaxController::sendFax, m_commands, &SendFaxThread::sendFax);
+    connect(this, &SendFaxController::reUploadFax, m_commands, &SendFaxThread::reUploadFax);
+    connect(this, &SendFaxController::sendFaxPause, m_commands, &SendFaxThread::sendFaxPause);
+    connect(this, &SendFaxController::sendFaxRetry, m_commands, &SendFaxThread::sendFaxRetry);
     // Status requests pass the tick gate first (same thread, direct).
     connect(this, &SendFaxController::getFaxStatus, this, &SendFaxController::relayFaxStatus, Qt::DirectConnection);
     connect(this, &SendFaxController::getFaxStatus2, this, &SendFaxController::relayFaxStatus2, Qt::DirectConnection);
 
     connect(m_worker, &SendFaxThread::returnFaxList, this, &SendFaxController::handleTransformFaxResult);
-    connect(m_worker, &SendFaxThread::returnTaskID, this, &SendFaxController::handleUploadFaxResult);
-    connect(m_worker, &SendFaxThread::uploadFaxFailed, this, &SendFaxController::handleUploadFaxFailedResult);
+    connect(m_commands, &SendFaxThread::returnTaskID, this, &SendFaxController::handleUploadFaxResult);
+    connect(m_commands, &SendFaxThread::uploadFaxFailed, this, &SendFaxController::handleUploadFaxFailedResult);
     connect(m_worker, &SendFaxThread::updateFax, this, &SendFaxController::handleUpdateFaxResult);
-    connect(m_worker, &SendFaxThread::reUploadUnconfirmed, this, &SendFaxController::reUploadUnconfirmed);
+    connect(m_commands, &SendFaxThread::reUploadUnconfirmed, this, &SendFaxController::reUploadUnconfirmed);
     connect(m_worker, &SendFaxThread::jobFileFailed, this, &SendFaxController::jobFileFailed);
     connect(m_worker, &SendFaxThread::updateSendFax, this, &SendFaxController::updateSendFax);
-    connect(m_worker, &SendFaxThread::sendFaxPauseResult, this, &SendFaxController::sendFaxPauseResult);
-    connect(m_worker, &SendFaxThread::sendFaxRetryResult, this, &SendFaxController::sendFaxRetryResult);
+    connect(m_commands, &SendFaxThread::sendFaxPauseResult, this, &SendFaxController::sendFaxPauseResult);
+    connect(m_commands, &SendFaxThread::sendFaxRetryResult, this, &SendFaxController::sendFaxRetryResult);
+    connect(m_worker, &SendFaxThread::faxSent, this, &SendFaxController::faxSent);
     connect(m_worker, &SendFaxThread::faxStatusFinished, this, &SendFaxController::handleFaxStatusFinished);
 
     m_thread.start(QThread::InheritPriority);
+    m_commandThread.start(QThread::InheritPriority);
 }
 
 SendFaxController::~SendFaxController()
 {
     m_worker->cancel();
     m_thread.quit();
+    m_commandThread.quit();
     m_thread.wait();
+    m_commandThread.wait();
 }
 
 void SendFaxController::relayFaxStatus(Fax& fax)

@@ -14,15 +14,17 @@
 
 class SendFaxThread;
 
-// Owns a SendFaxThread on a thread of its own and relays requests to it and results from it
-// as queued signals. One for the outbox, one for each editor, one for each FaxStatusTimer.
+// Owns two SendFaxThreads, each on a thread of its own, and relays requests to them and
+// results from them as queued signals: one assembles jobs and runs the status rounds, the
+// other uploads, pauses and retries, so that what the user asks for never waits behind a
+// round. One for the outbox, one for each editor, one for each FaxStatusTimer.
 class SendFaxController : public QObject
 {
     Q_OBJECT
 
 public:
     explicit SendFaxController(QObject* parent = nullptr);
-    // Cancels the device work under way (it ends at its next wait), quits the thread and waits.
+    // Cancels the device work under way (it ends at its next wait), quits the threads and waits.
     ~SendFaxController() override;
 
 signals:
@@ -51,6 +53,7 @@ signals:
     void updateSendFax(SendFax& info);
     void sendFaxPauseResult(QString& taskID, bool accepted);
     void sendFaxRetryResult(QString& taskID, bool accepted);
+    void faxSent(Fax& fax);
     // A status query (getFaxStatus or getFaxStatus2) has ended; the next tick is taken.
     void faxStatusFinished();
 
@@ -68,5 +71,7 @@ private slots:
 private:
     QThread m_thread;
     SendFaxThread* m_worker = nullptr;
+    QThread m_commandThread;
+    SendFaxThread* m_commands = nullptr;
     bool m_statusQueued = false;
 };

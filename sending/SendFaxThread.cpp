@@ -16,7 +16,6 @@
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QFile>
-#include <QSet>
 #include <QTcpSocket>
 
 #include <cstdio>
@@ -32,6 +31,14 @@ constexpr int MAX_NAME_SUFFIX = 999;
 QString feedback(const QString& reply)
 {
     return StringUtil::getValue(reply, QStringLiteral("FEEDBACK"));
+}
+
+// Whether a status record changed a column that FAXES keeps: a fax that waits in the device's
+// queue costs no write (and no disk sync) in every round.
+bool storedStateChanged(const Fax& before, const Fax& after)
+{
+    return before.time != after.time || before.status != after.status || before.issue != after.issue
+        || before.dialAlready != after.dialAlready || before.pageSended != after.pageSended;
 }
 
 } // namespace
@@ -377,17 +384,26 @@ void SendFaxThread::reUploadFax(Fax& fax, bool confirmed)
 
 // ---- Status ----
 
-bool SendFaxThread::queryStatus(Device& device, Fax& fax, bool* reached)
+bool SendFaxThread::queryStatus(Device& device, Fax& fax, bool* answered)
 {
     QTcpSocket* socket = login(device, DeviceProtocol::PORT_COMMAND);
-    if (reached)
-        *reached = socket != nullptr;
+    if (answered)
+        *answered = socket != nullptr;
     if (!socket)
         return false;
 
     const QString reply = exchange(
         socket, QStringLiteral("<ACTION>GET_SEND_FAX_STATUS</ACTION><TASK_ID_LIST>%1</TASK_ID_LIST>").arg(fax.taskID));
     LogUtil::d(QStringLiteral("faxStatus:%1").arg(reply));
+    if (answered)
+        *answered = !reply.isEmpty();
+    // No record follows a NOT_FOUND: the task is gone for good, and asking on would cost a
+    // reply wait in every round.
+    if (feedback(reply) == QLatin1String("NOT_FOUND")) {
+        hangUp(socket);
+        fax.status = FaxStatus::SEND_FAX_NOT_FOUND;
+        return true;
+    }
     QByteArray record;
     if (!reply.isEmpty()) { // a silent device costs one wait, not two
         socket->write(WireCodec::encode(QStringLiteral("R")));
@@ -411,34 +427,32 @@ void SendFaxThread::getFaxStatus(Fax& fax)
 void SendFaxThread::getFaxStatus2()
 {
     try {
-        DatabaseManager db;
-        const QList<Fax> open = db.queryUploadingFax();
-        // A device that cannot be reached is not asked again for its other faxes in the same
-        // round, so a dead device costs one round of time-outs, not one per fax.
-        QSet<int> unreachable;
-        for (Fax fax : open) {
-            if (unreachable.contains(fax.d_id))
-                continue;
-            Device device;
-            device.id = fax.d_id;
-            device.deviceName = fax.deviceName;
-            device.devicePassword = fax.devicePassword;
-            device.serverName = fax.serverName;
-            device.localIP = fax.localIP;
-            device.remoteIP = fax.remoteIP;
-            device.productID = fax.productID;
-            device.taskID = fax.maxTaskID;
-            device.internetPort = DeviceProtocol::PORT_BASE;
-
-            bool reached = false;
-            if (!queryStatus(device, fax, &reached)) {
-                if (!reached)
-                    unreachable.insert(fax.d_id);
-                continue;
+        const QList<Fax> open = DatabaseManager().queryUploadingFax();
+        // One device after the other; a device that cannot be reached or leaves a query
+        // unanswered is not asked again for its other faxes in the same round, so a dead
+        // device costs one wait, not one per fax.
+        QList<int> devices;
+        for (const Fax& fax : open)
+            if (!devices.contains(fax.d_id))
+                devices.append(fax.d_id);
+        for (const int id : devices) {
+            QList<Fax> changed;
+            for (const Fax& stored : open) {
+                if (stored.d_id != id)
+                    continue;
+                Fax fax = stored;
+                Device device = deviceOf(fax);
+                bool answered = false;
+                if (queryStatus(device, fax, &answered)) {
+                    if (storedStateChanged(stored, fax))
+                        changed.append(fax);
+                    else
+                        emit updateFax(fax); // live progress only
+                } else if (!answered) {
+                    break;
+                }
             }
-            DatabaseManager store;
-            store.updateSendFax(fax);
-            emit updateFax(fax);
+            storeRound(changed);
         }
     } catch (const std::exception& e) {
         LogUtil::w(QStringLiteral("异常捕获...%1").arg(QString::fromLocal8Bit(e.what())));
@@ -446,6 +460,35 @@ void SendFaxThread::getFaxStatus2()
         LogUtil::w(QStringLiteral("异常捕获..."));
     }
     emit faxStatusFinished();
+}
+
+Device SendFaxThread::deviceOf(const Fax& fax)
+{
+    Device device;
+    device.id = fax.d_id;
+    device.deviceName = fax.deviceName;
+    device.devicePassword = fax.devicePassword;
+    device.serverName = fax.serverName;
+    device.localIP = fax.localIP;
+    device.remoteIP = fax.remoteIP;
+    device.productID = fax.productID;
+    device.taskID = fax.maxTaskID;
+    device.internetPort = DeviceProtocol::PORT_BASE;
+    return device;
+}
+
+void SendFaxThread::storeRound(QList<Fax>& changed)
+{
+    if (changed.isEmpty())
+        return;
+    // One transaction for a device's faxes: a disk sync for each would cost more than asking.
+    const bool stored = DatabaseManager().updateSendFaxes(changed);
+    for (Fax& fax : changed) {
+        emit updateFax(fax);
+        // The polled set holds no sent fax, so each one is reported here once.
+        if (stored && fax.status == FaxStatus::SEND_FAX_SUCCESS)
+            emit faxSent(fax);
+    }
 }
 
 // ---- Pause and retry ----
@@ -474,5 +517,8 @@ void SendFaxThread::sendFaxRetry(Device& device, QString& taskID)
     const bool accepted = command(device,
         QStringLiteral("<ACTION>SEND_FAX_RETRY</ACTION><TASKID>") + taskID + "</TASKID><RETRY_CNT>2</RETRY_CNT>",
         QStringLiteral("sendFaxRetry: %1"), QStringLiteral("RETRY_OK"));
+    // A failed fax has left the polled set; the device sends it again, so it is followed again.
+    if (accepted)
+        DatabaseManager().reopenSentFax(device.id, taskID.toInt());
     emit sendFaxRetryResult(taskID, accepted);
 }

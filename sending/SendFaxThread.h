@@ -48,7 +48,8 @@ public slots:
     void reUploadFax(Fax& fax, bool confirmed);
     // Polls one fax; writes the record's fields into it and emits updateFax (FAXES untouched).
     void getFaxStatus(Fax& fax);
-    // Polls every open fax of the user, writes FAXES and emits updateFax for each.
+    // Polls every open fax of the user, writes FAXES (each device's changes together) and
+    // emits updateFax for each.
     void getFaxStatus2();
     void sendFaxPause(Device& device, QString& taskID);
     void sendFaxRetry(Device& device, QString& taskID);
@@ -68,6 +69,8 @@ signals:
     // Whether the device answered "PAUSE_OK" / "RETRY_OK"; false also when it was not reached.
     void sendFaxPauseResult(QString& taskID, bool accepted);
     void sendFaxRetryResult(QString& taskID, bool accepted);
+    // A status round saw the fax reach SEND_FAX_SUCCESS: once per fax.
+    void faxSent(Fax& fax);
     // Ends every getFaxStatus and getFaxStatus2, whatever came of it.
     void faxStatusFinished();
 
@@ -76,8 +79,14 @@ private:
     // there; empty when the file could not be written.
     static QString writeJobFile(
         int pageTotal, const std::function<QImage(int)>& pageAt, const QString& folder, const QString& now);
-    // One status exchange on port 3007; true when a whole record was read into the fax.
-    bool queryStatus(Device& device, Fax& fax, bool* reached = nullptr);
+    // One status exchange on port 3007; true when a whole record was read into the fax, or
+    // when the device no longer knows the task (status SEND_FAX_NOT_FOUND). answered: the
+    // device logged in and replied.
+    bool queryStatus(Device& device, Fax& fax, bool* answered = nullptr);
+    // The device whose columns queryUploadingFax joined to the fax.
+    static Device deviceOf(const Fax& fax);
+    // Writes the faxes whose record changed a stored column, then shows them.
+    void storeRound(QList<Fax>& changed);
     // The upload itself once the header is built: true with the device's final reply text,
     // false with the reason.
     // delivered: every byte went out and the device is silent, so it may hold the fax.

@@ -1443,6 +1443,10 @@ No fax was made for these recipients: %2</translation>
         <source>接收失败</source>
         <translation>Receive failed</translation>
     </message>
+    <message>
+        <source>设备上已无此任务</source>
+        <translation>Not on device</translation>
+    </message>
 </context>
 <context>
     <name>FaxTray</name>
@@ -2214,10 +2218,6 @@ The faxes stay on the device and are received once this is fixed.</translation>
         <translation>Internal Distribution</translation>
     </message>
     <message>
-        <source>取消发送</source>
-        <translation>Cancel Sending</translation>
-    </message>
-    <message>
         <source>开始上传</source>
         <translation>Start Upload</translation>
     </message>
@@ -2286,6 +2286,16 @@ Upload it again anyway?</translation>
     <message>
         <source>Velkor 消息</source>
         <translation>Velkor Message</translation>
+    </message>
+    <message>
+        <source>暂停发送</source>
+        <translation>Pause Sending</translation>
+    </message>
+    <message>
+        <source>暂停发送到 %1 的传真（任务编号 %2）？
+暂停后可用“重试”继续发送。</source>
+        <translation>Pause sending the fax to %1 (task %2)?
+Use "Retry" to send it on later.</translation>
     </message>
 </context>
 <context>

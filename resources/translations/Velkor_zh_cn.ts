@@ -1443,6 +1443,10 @@
         <source>接收失败</source>
         <translation>接收失败</translation>
     </message>
+    <message>
+        <source>设备上已无此任务</source>
+        <translation>设备上已无此任务</translation>
+    </message>
 </context>
 <context>
     <name>FaxTray</name>
@@ -2214,10 +2218,6 @@
         <translation>内部分发</translation>
     </message>
     <message>
-        <source>取消发送</source>
-        <translation>取消发送</translation>
-    </message>
-    <message>
         <source>开始上传</source>
         <translation>开始上传</translation>
     </message>
@@ -2286,6 +2286,16 @@
     <message>
         <source>Velkor 消息</source>
         <translation>Velkor 消息</translation>
+    </message>
+    <message>
+        <source>暂停发送</source>
+        <translation>暂停发送</translation>
+    </message>
+    <message>
+        <source>暂停发送到 %1 的传真（任务编号 %2）？
+暂停后可用“重试”继续发送。</source>
+        <translation>暂停发送到 %1 的传真（任务编号 %2）？
+暂停后可用“重试”继续发送。</translation>
     </message>
 </context>
 <context>

@@ -657,7 +657,7 @@ private slots:
         QCOMPARE(cell(box, 0, 1), QStringLiteral("0"));
         const QStringList menu = menuOfRow(box, 0);
         QVERIFY(menu.contains(QStringLiteral("开始上传")));
-        QVERIFY(menu.contains(QStringLiteral("取消发送-")));
+        QVERIFY(menu.contains(QStringLiteral("暂停发送-")));
 
         table(box)->setCurrentCell(0, 0);
         box.actionReUpload();
@@ -676,20 +676,21 @@ private slots:
             Fax fax = sentFax(QStringLiteral("2024-03-%1 10:00:00").arg(20 - status), status,
                                               QStringLiteral("80%1").arg(status), QStringLiteral("R%1").arg(status));
             fax.priority = 4;
+            fax.taskID = 100 + status;
             addFax(fax, device);
         }
         {
             SendBoxWidget box;
             box.resize(1400, 600);
             QCOMPARE(table(box)->rowCount(), 8);
-            const QStringList first{ "发送失败", "0", "紧急", "801", "R1", "已完成0页(共2页)", "0次(0次)",
+            const QStringList first{ "发送失败", "101", "紧急", "801", "R1", "已完成0页(共2页)", "0次(0次)",
                                      "2024-03-19 10:00:00", "", "", "PID0001" };
             for (int c = 0; c < first.size(); ++c)
                 QCOMPARE(cell(box, 0, c), first.at(c));
 
             for (int row = 0; row < 8; ++row) {
                 const int status = row + 1;
-                const QString stop = status == 5 || status == 6 ? "取消发送" : "取消发送-";
+                const QString stop = status == 5 || status == 6 || status == 8 ? "暂停发送" : "暂停发送-";
                 const QString upload = status == 3 ? "开始上传" : "开始上传-";
                 QCOMPARE(menuOfRow(box, row), (QStringList{ "转发", "重试", "删除", "添加备注", "内部分发", stop,
                                                             upload, "保存为联系人", "传真发送报告" }));
