@@ -53,6 +53,7 @@ SendFaxController::SendFaxController(QObject* parent)
 SendFaxController::~SendFaxController()
 {
     m_worker->cancel();
+    m_commands->cancel();
     m_thread.quit();
     m_commandThread.quit();
     m_thread.wait();
