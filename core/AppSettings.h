@@ -26,6 +26,9 @@ inline const QString KEY_OCR_PROGRAM = QStringLiteral("ocrProgram");
 // the file (appended when absent). Empty means gedit where it is installed, else the
 // desktop's default opener (xdg-open).
 inline const QString KEY_LOG_VIEWER = QStringLiteral("logViewer");
+// PDF pages rendered straight at fax resolution, aliased, instead of at screen resolution,
+// then enlarged and thresholded (false).
+inline const QString KEY_SHARP_PDF = QStringLiteral("sharpPdfPages");
 
 // "UserConfig.ini" in the documents root.
 std::unique_ptr<QSettings> userConfig();

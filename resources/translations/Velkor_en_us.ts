@@ -2116,6 +2116,10 @@ The desktop client of a networked fax server.</translation>
         <source>http(s)://... (空则不使用)</source>
         <translation>http(s)://... (empty: not used)</translation>
     </message>
+    <message>
+        <source>PDF 文件按传真分辨率 (204 x 196 dpi) 直接转换，笔画更清晰</source>
+        <translation>Convert PDF files directly at fax resolution (204 x 196 dpi) for sharper strokes</translation>
+    </message>
 </context>
 <context>
     <name>SignatureLibDialog</name>

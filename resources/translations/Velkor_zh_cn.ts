@@ -2116,6 +2116,10 @@
         <source>http(s)://... (空则不使用)</source>
         <translation>http(s)://... (空则不使用)</translation>
     </message>
+    <message>
+        <source>PDF 文件按传真分辨率 (204 x 196 dpi) 直接转换，笔画更清晰</source>
+        <translation>PDF 文件按传真分辨率 (204 x 196 dpi) 直接转换，笔画更清晰</translation>
+    </message>
 </context>
 <context>
     <name>SignatureLibDialog</name>
