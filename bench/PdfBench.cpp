@@ -1,9 +1,13 @@
 // PDF to fax file through the editor's path: Poppler render, scaleToFaxSize, getBWImage,
 // writeImgToTiff.
 //   bench_pdf make <file.pdf> <pages>     a PDF of text pages with pictures
-//   bench_pdf convert <file.pdf> <out.tif> [--dpi N] [--threads N] [--sequential]
-//       the editor's path (PdfPageLoader) streaming into TiffPageWriter; with --sequential
-//       the page loop as it was before, for comparison.
+//   bench_pdf convert <file.pdf> <out.tif> [--dpi N] [--threads N] [--pages N] [--sharp] [--sequential]
+//       the editor's path (PdfPageLoader) streaming into TiffPageWriter, the first N pages
+//       only with --pages; --sharp renders at fax resolution; with --sequential the page loop
+//       as it was before, for comparison.
+//   bench_pdf ink <ours.tif> <reference.tif>
+//       the share of black pixels of both files (mean over the pages) and the page whose
+//       share differs most, relative to the reference's.
 
 #include "BenchSupport.h"
 
@@ -17,6 +21,8 @@
 #include <QPainter>
 #include <QPdfWriter>
 
+#include <algorithm>
+#include <cmath>
 #include <cstdio>
 
 using namespace BenchSupport;
@@ -98,14 +104,14 @@ int convertSequential(const QString& pdf, const QString& tif, int dpi)
 
 // The editor's path now: PdfPageLoader's workers render and threshold pages a few ahead, and
 // each page goes to the file as it arrives.
-int convertPipeline(const QString& pdf, const QString& tif, int dpi, int threads)
+int convertPipeline(const QString& pdf, const QString& tif, int dpi, int threads, int pages, bool sharp)
 {
     const double start = now();
     PdfPageLoader loader;
-    if (!loader.start(pdf, dpi, threads))
+    if (!loader.start(pdf, dpi, threads, sharp))
         return 1;
     TiffPageWriter writer(tif);
-    const int count = loader.pageCount();
+    const int count = pages > 0 ? std::min(pages, loader.pageCount()) : loader.pageCount();
     for (int i = 0; i < count; ++i) {
         if (!writer.writePage(loader.take(i), i + 1, count))
             return 1;
@@ -115,6 +121,48 @@ int convertPipeline(const QString& pdf, const QString& tif, int dpi, int threads
     const double seconds = now() - start;
     result({ QStringLiteral("pages=%1").arg(count), "seconds=" + num(seconds),
              "pages_per_s=" + num(count / seconds, 1), "peak_mb=" + num(peakRssMb(), 0) });
+    return 0;
+}
+
+// Share of black pixels of each page of a fax file.
+QVector<double> inkOf(const QString& tif)
+{
+    QVector<double> shares;
+    const int count = TiffUtil::getTiffPage(tif);
+    for (int i = 0; i < count; ++i) {
+        const QImage page = TiffUtil::tiffPageToImg(tif, i).convertToFormat(QImage::Format_Grayscale8);
+        qint64 black = 0;
+        for (int y = 0; y < page.height(); ++y) {
+            const uchar* line = page.constScanLine(y);
+            for (int x = 0; x < page.width(); ++x)
+                black += line[x] < 128;
+        }
+        shares.append(page.isNull() ? 0.0 : double(black) / (double(page.width()) * page.height()));
+    }
+    return shares;
+}
+
+int compareInk(const QString& ours, const QString& reference)
+{
+    const QVector<double> a = inkOf(ours);
+    const QVector<double> b = inkOf(reference);
+    if (a.isEmpty() || a.size() != b.size())
+        return 1;
+    double sumA = 0, sumB = 0, worst = 0;
+    int worstPage = 0;
+    for (int i = 0; i < a.size(); ++i) {
+        sumA += a[i];
+        sumB += b[i];
+        // Pages with hardly any ink (blank, a title) say nothing about stroke weight.
+        const double off = b[i] > 0.005 ? a[i] / b[i] - 1.0 : 0.0;
+        if (std::abs(off) > std::abs(worst)) {
+            worst = off;
+            worstPage = i + 1;
+        }
+    }
+    result({ "ink_pct=" + num(100 * sumA / a.size(), 2), "reference_ink_pct=" + num(100 * sumB / b.size(), 2),
+             "mean_off_pct=" + num(100 * (sumA / sumB - 1.0), 1), "worst_off_pct=" + num(100 * worst, 1),
+             QStringLiteral("worst_page=%1").arg(worstPage) });
     return 0;
 }
 
@@ -131,12 +179,17 @@ int command(const QStringList& args)
         return makePdf(args.at(1), args.at(2).toInt());
     const int threadsAt = args.indexOf(QStringLiteral("--threads"));
     const int threads = threadsAt > 0 ? args.value(threadsAt + 1).toInt() : 0;
+    const int pagesAt = args.indexOf(QStringLiteral("--pages"));
+    const int pages = pagesAt > 0 ? args.value(pagesAt + 1).toInt() : 0;
     if (command == QLatin1String("convert") && args.size() >= 3) {
         if (args.contains(QStringLiteral("--sequential")))
             return convertSequential(args.at(1), args.at(2), dpi);
-        return convertPipeline(args.at(1), args.at(2), dpi, threads);
+        return convertPipeline(args.at(1), args.at(2), dpi, threads, pages, args.contains(QStringLiteral("--sharp")));
     }
-    std::fprintf(stderr, "usage: bench_pdf make <file.pdf> <pages> | convert <file.pdf> <out.tif> [--dpi N] [--threads N] [--sequential]\n");
+    if (command == QLatin1String("ink") && args.size() >= 3)
+        return compareInk(args.at(1), args.at(2));
+    std::fprintf(stderr, "usage: bench_pdf make <file.pdf> <pages> | convert <file.pdf> <out.tif> [--dpi N] "
+                         "[--threads N] [--pages N] [--sharp] [--sequential] | ink <ours.tif> <reference.tif>\n");
     return 2;
 }
 

@@ -4,6 +4,8 @@
 //       the given number of page turns forward (none by default), for the cost of a turn.
 //   bench_viewer editor <file.tif> [turns] the same for the fax editor (FaxDetailWindow, viewing
 //       a stored fax): open with the page list and page 1 shown, then the page turns.
+//   bench_viewer pdf <file.pdf>           a PDF opened into a new fax in the editor: load time
+//       and the longest time the window handled no event.
 
 #include "BenchSupport.h"
 
@@ -17,7 +19,9 @@
 #include <QDir>
 #include <QPainter>
 #include <QTemporaryDir>
+#include <QTimer>
 
+#include <algorithm>
 #include <cstdio>
 
 using namespace BenchSupport;
@@ -108,6 +112,43 @@ int openInEditor(const QString& path, int turnsWanted)
     return 0;
 }
 
+// A PDF opened into a new fax: the time until every page is in, and the longest stretch in
+// which the window handled no event (a timer asks every 5 ms).
+int loadPdfInEditor(const QString& path)
+{
+    QTemporaryDir home;
+    useHome(home.path());
+    loginBenchUser();
+    Fax fax;
+    fax.editorMode = 1;
+    auto* editor = new FaxDetailWindow(fax);
+    editor->resize(1100, 1000);
+    editor->show();
+    QApplication::processEvents();
+    double last = now();
+    double longest = 0;
+    QTimer beat;
+    QObject::connect(&beat, &QTimer::timeout, [&] {
+        const double t = now();
+        longest = std::max(longest, t - last);
+        last = t;
+    });
+    beat.start(5);
+    const double start = now();
+    last = start;
+    editor->open_picture_file({ QDir(path).absolutePath() });
+    const double seconds = now() - start;
+    beat.stop();
+    longest = std::max(longest, now() - last);
+    const int pages = editor->pageCount();
+    delete editor;
+    if (pages == 0)
+        return 1;
+    result({ QStringLiteral("pages=%1").arg(pages), "load_s=" + num(seconds),
+             "longest_gap_ms=" + num(longest * 1000, 0), "peak_mb=" + num(peakRssMb(), 0) });
+    return 0;
+}
+
 } // namespace
 
 namespace {
@@ -121,7 +162,9 @@ int command(const QStringList& args)
         return openFax(args.at(1), args.value(2).toInt());
     if (command == QLatin1String("editor") && args.size() >= 2)
         return openInEditor(args.at(1), args.value(2).toInt());
-    std::fprintf(stderr, "usage: bench_viewer make <file.tif> <pages> | open|editor <file.tif> [turns]\n");
+    if (command == QLatin1String("pdf") && args.size() >= 2)
+        return loadPdfInEditor(args.at(1));
+    std::fprintf(stderr, "usage: bench_viewer make <file.tif> <pages> | open|editor <file.tif> [turns] | pdf <file.pdf>\n");
     return 2;
 }
 

@@ -31,6 +31,9 @@ inline const QString KEY_LOG_VIEWER = QStringLiteral("logViewer");
 // Closing the main window hides it in the tray, where polling and status tracking go on;
 // off, closing ends the session.
 inline const QString KEY_MINIMIZE_TO_TRAY = QStringLiteral("minimizeToTray");
+// PDF pages rendered straight at fax resolution, aliased, instead of at screen resolution,
+// then enlarged and thresholded (false).
+inline const QString KEY_SHARP_PDF = QStringLiteral("sharpPdfPages");
 
 // "UserConfig.ini" in the documents root.
 std::unique_ptr<QSettings> userConfig();

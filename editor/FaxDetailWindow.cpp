@@ -1,6 +1,7 @@
 #include "FaxDetailWindow.h"
 #include "ui_FaxDetailWindow.h"
 
+#include "AppSettings.h"
 #include "DatabaseManager.h"
 #include "DialogUtil.h"
 #include "FaxItemDelegate.h"
@@ -15,6 +16,7 @@
 #include "SendFaxController.h"
 #include "SignatureLibDialog.h"
 #include "TextNoteWidget.h"
+#include "TiffUtil.h"
 
 #include <QApplication>
 #include <QCloseEvent>
@@ -107,6 +109,7 @@ FaxDetailWindow::FaxDetailWindow(const Fax& fax, QWidget* parent)
     connect(ui->listView->selectionModel(), &QItemSelectionModel::currentChanged, this,
             &FaxDetailWindow::showPage);
     ui->splitter->setStretchFactor(1, 1);
+    connect(ui->listView->verticalScrollBar(), &QScrollBar::valueChanged, this, &FaxDetailWindow::fillThumbnails);
     ui->splitter->setSizes({220, 880});
 
     m_pageEdit = new QLineEdit(this);
@@ -328,20 +331,43 @@ void FaxDetailWindow::appendPage(const QImage& image, int pageKind, const FaxPag
 
 int FaxDetailWindow::appendFilePages(const QString& path, const QString& fitAs)
 {
-    // Each page is decoded once here for its thumbnail, and again from the file when needed.
-    // As when the whole file is read, a damaged page ends the list.
-    int count = 0;
-    for (;; ++count) {
-        FaxPageSource source;
-        source.path = path;
-        source.index = count;
-        source.fitAs = fitAs;
-        const QImage page = m_pageCache.image(source);
-        if (page.isNull())
-            break;
-        appendPage(page, 0, source);
+    // Only the first page is decoded here; the others get their thumbnails when their rows
+    // come into view (fillThumbnails), so a long fax opens at once.
+    FaxPageSource source;
+    source.path = path;
+    source.index = 0;
+    source.fitAs = fitAs;
+    const QImage first = m_pageCache.image(source);
+    if (first.isNull())
+        return 0;
+    const int count = TiffUtil::getTiffPage(path);
+    appendPage(first, 0, source);
+    for (int i = 1; i < count; ++i) {
+        source.index = i;
+        appendPage(QImage(), 0, source);
     }
+    QTimer::singleShot(0, this, &FaxDetailWindow::fillThumbnails);
     return count;
+}
+
+void FaxDetailWindow::fillThumbnails()
+{
+    const int rows = m_model->rowCount();
+    if (rows == 0)
+        return;
+    const QRect view = ui->listView->viewport()->rect();
+    const QModelIndex top = ui->listView->indexAt(view.topLeft());
+    const QModelIndex bottom = ui->listView->indexAt(QPoint(0, view.bottom()));
+    const int first = top.isValid() ? top.row() : 0;
+    const int last = bottom.isValid() ? bottom.row() : qMin(rows - 1, first + view.height() / 100 + 1);
+    for (int row = first; row <= last && row < rows; ++row) {
+        FaxPage page = pageAt(row);
+        const FaxPageSource source = sourceAt(row);
+        if (!page.pixmap.isNull() || source.isNull())
+            continue;
+        page.pixmap = displayCopy(m_pageCache.image(source));
+        setPageAt(row, page);
+    }
 }
 
 void FaxDetailWindow::renumberPages()
@@ -415,6 +441,7 @@ void FaxDetailWindow::showEvent(QShowEvent* event)
     QTimer::singleShot(0, this, [this]() {
         ui->scrollArea->horizontalScrollBar()->setValue(0);
         ui->scrollArea->verticalScrollBar()->setValue(0);
+        fillThumbnails();
     });
 }
 
@@ -570,7 +597,8 @@ bool FaxDetailWindow::openPdf(const QString& path, bool& cancelled)
     // Pages are rendered, fitted and thresholded on worker threads, a few ahead; this thread
     // only shows them as they arrive.
     PdfPageLoader loader;
-    if (!loader.start(path, renderDpi())) {
+    const bool sharp = AppSettings::userConfig()->value(AppSettings::KEY_SHARP_PDF, false).toBool();
+    if (!loader.start(path, renderDpi(), 0, sharp)) {
         LogUtil::w(QStringLiteral("file reading error"));
         return false;
     }

@@ -119,8 +119,11 @@ private:
     void setupIcons();
     // A page of a file (source not null) keeps the image only as its thumbnail.
     void appendPage(const QImage& image, int pageKind, const FaxPageSource& source = FaxPageSource());
-    // Appends every page of a TIFF file as a page of that file; the number of pages.
+    // Appends every page of a TIFF file as a page of that file; the number of pages, 0 when
+    // its first page does not read.
     int appendFilePages(const QString& path, const QString& fitAs);
+    // Thumbnails of the file pages whose rows are in view and have none yet.
+    void fillThumbnails();
     FaxPage pageAt(int row) const;
     // Where the page of a row comes from; null for a page that holds its own image.
     FaxPageSource sourceAt(int row) const;

@@ -30,7 +30,7 @@ PdfPageLoader::~PdfPageLoader()
     stop();
 }
 
-bool PdfPageLoader::start(const QString& path, int dpi, int threads)
+bool PdfPageLoader::start(const QString& path, int dpi, int threads, bool sharp)
 {
     stop();
     keepLargeBuffers();
@@ -39,6 +39,7 @@ bool PdfPageLoader::start(const QString& path, int dpi, int threads)
         return false;
     m_path = path;
     m_dpi = dpi;
+    m_sharp = sharp;
     m_count = probe.pageCount();
     m_ready.clear();
     m_next = 0;
@@ -69,9 +70,13 @@ void PdfPageLoader::work()
         QImage page;
         {
             // Waiting pages are kept as bits, an eighth of the RGBA page; take() spreads them.
-            const QImage rendered = opened ? reader.renderPage(index, m_dpi) : QImage();
-            if (!rendered.isNull())
-                page = ImageUtil::pdfPageBits(rendered);
+            if (opened && m_sharp) {
+                page = ImageUtil::faxRasterBits(reader.renderFaxPage(index));
+            } else {
+                const QImage rendered = opened ? reader.renderPage(index, m_dpi) : QImage();
+                if (!rendered.isNull())
+                    page = ImageUtil::pdfPageBits(rendered);
+            }
         }
         {
             std::lock_guard<std::mutex> lock(m_mutex);

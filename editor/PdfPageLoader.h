@@ -23,7 +23,9 @@ public:
     PdfPageLoader& operator=(const PdfPageLoader&) = delete;
 
     // False when the file does not open, is locked or has no pages. threads 0: one per core.
-    bool start(const QString& path, int dpi, int threads = 0);
+    // sharp: each page is rendered at fax resolution instead (PdfPageReader::renderFaxPage,
+    // ImageUtil::faxRasterBits) and dpi is not used.
+    bool start(const QString& path, int dpi, int threads = 0, bool sharp = false);
     int pageCount() const { return m_count; }
     // True once page index is ready, waiting at most timeoutMs.
     bool waitFor(int index, int timeoutMs);
@@ -38,6 +40,7 @@ private:
 
     QString m_path;
     int m_dpi = 0;
+    bool m_sharp = false;
     int m_count = 0;
     int m_ahead = 0; // pages a worker may start beyond the last one taken
     std::vector<std::thread> m_workers;

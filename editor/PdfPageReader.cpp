@@ -4,8 +4,11 @@
 
 #include "PdfPageReader.h"
 
+#include "ImageUtil.h"
+
 #include <QtGlobal>
 
+#include <algorithm>
 #include <cmath>
 
 QT_WARNING_PUSH
@@ -49,4 +52,32 @@ QImage PdfPageReader::renderPage(int index, int dpi) const
     if (pixels > MAX_PIXELS)
         resolution *= std::sqrt(MAX_PIXELS / pixels);
     return page->renderToImage(resolution, resolution, -1, -1, -1, -1, rotation);
+}
+
+QImage PdfPageReader::renderFaxPage(int index) const
+{
+    if (!m_document)
+        return QImage();
+    std::unique_ptr<Poppler::Page> page(m_document->page(index));
+    if (!page)
+        return QImage();
+    QSizeF inches = page->pageSizeF() / 72.0;
+    const bool landscape = inches.height() < inches.width();
+    if (landscape)
+        inches.transpose();
+    if (inches.isEmpty())
+        return QImage();
+    const double fit = std::min({ 1.0, ImageUtil::FAX_PAGE_WIDTH / (inches.width() * ImageUtil::FAX_DPI_X),
+                                  ImageUtil::FAX_PAGE_HGIEHT / (inches.height() * ImageUtil::FAX_DPI_Y) });
+    // Without anti-aliasing the glyphs keep their own weight; thin lines stay one pixel.
+    m_document->setRenderHint(Poppler::Document::TextAntialiasing, false);
+    m_document->setRenderHint(Poppler::Document::ThinLineSolid, true);
+    // Ink on a transparent page: no white paper to composite under every page.
+    m_document->setRenderHint(Poppler::Document::IgnorePaperColor, true);
+    const QImage image = page->renderToImage(ImageUtil::FAX_DPI_X * fit, ImageUtil::FAX_DPI_Y * fit, -1, -1, -1, -1,
+                                             landscape ? Poppler::Page::Rotate90 : Poppler::Page::Rotate0);
+    m_document->setRenderHint(Poppler::Document::IgnorePaperColor, false);
+    m_document->setRenderHint(Poppler::Document::ThinLineSolid, false);
+    m_document->setRenderHint(Poppler::Document::TextAntialiasing, true);
+    return image;
 }

@@ -23,6 +23,10 @@ public:
     // The page at dpi in both directions (lower for a page so large that it would exceed
     // MAX_PIXELS); a null image when it cannot be rendered.
     QImage renderPage(int index, int dpi) const;
+    // The page at fax resolution (204 x 196 dpi), lowered just enough to fit the fax raster,
+    // aliased so that every pixel is ink or paper: the sharp road, without enlarging and
+    // thresholding a screen image.
+    QImage renderFaxPage(int index) const;
 
     static constexpr double MAX_PIXELS = double(1 << 25);
 

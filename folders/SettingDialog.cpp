@@ -16,6 +16,7 @@ SettingDialog::SettingDialog(QWidget* parent) : QDialog(parent), ui(new Ui::Sett
     ui->edit_log_viewer->setText(settings->value(AppSettings::KEY_LOG_VIEWER).toString());
     ui->edit_address_service->setText(settings->value(AppSettings::KEY_ADDRESS_SERVICE_URL).toString());
     ui->check_minimize_to_tray->setChecked(settings->value(AppSettings::KEY_MINIMIZE_TO_TRAY, false).toBool());
+    ui->check_sharp_pdf->setChecked(settings->value(AppSettings::KEY_SHARP_PDF, false).toBool());
 }
 
 SettingDialog::~SettingDialog()
@@ -31,6 +32,7 @@ void SettingDialog::accept()
     settings->setValue(AppSettings::KEY_LOG_VIEWER, ui->edit_log_viewer->text().trimmed());
     settings->setValue(AppSettings::KEY_ADDRESS_SERVICE_URL, ui->edit_address_service->text().trimmed());
     settings->setValue(AppSettings::KEY_MINIMIZE_TO_TRAY, ui->check_minimize_to_tray->isChecked());
+    settings->setValue(AppSettings::KEY_SHARP_PDF, ui->check_sharp_pdf->isChecked());
     settings->sync();
     QDialog::accept();
 }

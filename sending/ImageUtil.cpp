@@ -422,6 +422,39 @@ QImage ImageUtil::pdfPageBits(const QImage& rendered)
     return page;
 }
 
+QImage ImageUtil::faxRasterBits(const QImage& rendered)
+{
+    if (rendered.isNull())
+        return QImage();
+    QImage page(FAX_PAGE_WIDTH, FAX_PAGE_HGIEHT, QImage::Format_Mono);
+    page.setColorTable({ faxWhite, faxBlack });
+    page.fill(0);
+    const QImage source = rendered.depth() == 32 && rendered.format() != QImage::Format_RGBA8888
+            && rendered.format() != QImage::Format_RGBA8888_Premultiplied && rendered.format() != QImage::Format_RGBX8888
+        ? rendered
+        : rendered.convertToFormat(QImage::Format_ARGB32);
+    const bool opaque = !source.hasAlphaChannel();
+    const int width = std::min(source.width(), FAX_PAGE_WIDTH);
+    const int height = std::min(source.height(), FAX_PAGE_HGIEHT);
+    const int left = (FAX_PAGE_WIDTH - width) / 2;
+    const int top = (FAX_PAGE_HGIEHT - height) / 2;
+    for (int y = 0; y < height; ++y) {
+        const QRgb* in = reinterpret_cast<const QRgb*>(source.constScanLine(y));
+        uchar* out = page.scanLine(top + y);
+        for (int x = 0; x < width; ++x) {
+            // Paper (transparent, or opaque white) is most of a page and needs no gray.
+            const QRgb pixel = opaque ? in[x] | 0xFF000000u : in[x];
+            const int alpha = qAlpha(pixel);
+            if (alpha < 128 || pixel == 0xFFFFFFFFu)
+                continue;
+            // Gray below half, also for premultiplied colours.
+            if (qGray(pixel) * 255 < 128 * alpha)
+                out[(left + x) / 8] |= uchar(0x80 >> ((left + x) % 8));
+        }
+    }
+    return page;
+}
+
 QImage ImageUtil::faxPageFromBits(const QImage& page)
 {
     if (page.format() != QImage::Format_Mono || page.colorTable() != QVector<QRgb>{ faxWhite, faxBlack })

@@ -12,6 +12,9 @@ class ImageUtil
 public:
     static constexpr int FAX_PAGE_WIDTH = 1728;
     static constexpr int FAX_PAGE_HGIEHT = 2200;
+    // The fine fax resolution, dots an inch across and down.
+    static constexpr double FAX_DPI_X = 204.0;
+    static constexpr double FAX_DPI_Y = 196.0;
 
     // The page on the 1728 x 2200 canvas: kept as is when it already has that size, turned
     // clockwise when it is 2200 x 1728, else fitted and drawn 50 rows below the top.
@@ -32,6 +35,10 @@ public:
     // RGBA page's size: the form in which pages wait. A page that does not take the short road
     // comes back as pdfPageToFax gives it.
     static QImage pdfPageBits(const QImage& rendered);
+    // A page rendered at fax resolution (no larger than the raster) centred on the 1728 x 2200
+    // raster, as bits like pdfPageBits: a pixel is black where it is opaque and its gray is
+    // below 128.
+    static QImage faxRasterBits(const QImage& rendered);
     // The editor's RGBA page of a pdfPageBits page; any other image is returned as it is.
     static QImage faxPageFromBits(const QImage& page);
 

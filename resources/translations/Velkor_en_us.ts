@@ -1440,12 +1440,12 @@ No fax was made for these recipients: %2</translation>
         <translation>Upload result unknown</translation>
     </message>
     <message>
-        <source>接收失败</source>
-        <translation>Receive failed</translation>
-    </message>
-    <message>
         <source>设备上已无此任务</source>
         <translation>Not on device</translation>
+    </message>
+    <message>
+        <source>接收失败</source>
+        <translation>Receive failed</translation>
     </message>
 </context>
 <context>
@@ -2347,6 +2347,10 @@ Use "Retry" to send it on later.</translation>
     <message>
         <source>http(s)://... (空则不使用)</source>
         <translation>http(s)://... (empty: not used)</translation>
+    </message>
+    <message>
+        <source>PDF 文件按传真分辨率 (204 x 196 dpi) 直接转换，笔画更清晰</source>
+        <translation>Convert PDF files directly at fax resolution (204 x 196 dpi) for sharper strokes</translation>
     </message>
     <message>
         <source>关闭主窗口时最小化到托盘</source>

@@ -1440,12 +1440,12 @@
         <translation>上传结果未知</translation>
     </message>
     <message>
-        <source>接收失败</source>
-        <translation>接收失败</translation>
-    </message>
-    <message>
         <source>设备上已无此任务</source>
         <translation>设备上已无此任务</translation>
+    </message>
+    <message>
+        <source>接收失败</source>
+        <translation>接收失败</translation>
     </message>
 </context>
 <context>
@@ -2347,6 +2347,10 @@
     <message>
         <source>http(s)://... (空则不使用)</source>
         <translation>http(s)://... (空则不使用)</translation>
+    </message>
+    <message>
+        <source>PDF 文件按传真分辨率 (204 x 196 dpi) 直接转换，笔画更清晰</source>
+        <translation>PDF 文件按传真分辨率 (204 x 196 dpi) 直接转换，笔画更清晰</translation>
     </message>
     <message>
         <source>关闭主窗口时最小化到托盘</source>
