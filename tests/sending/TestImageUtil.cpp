@@ -169,6 +169,9 @@ void TestImageUtil::knownAnswers_data()
     // which wraps 0 to 255; the pixel below gets -25/26 = 0 (truncation, not floor) and stays black.
     QTest::newRow("dither, flat") << 3 << grayImage({ { 100, 100, 100 }, { 100, 100, 100 }, { 100, 100, 100 } })
                                   << square(0, 0, 3).mid(0, 5) + square(0, 0, 3).mid(6);
+    // 102 + 7 * 100 / 26 = 128: white; the -127 it passes on wraps the right pixel to 222.
+    QTest::newRow("dither, weight 7") << 3 << grayImage({ { 0, 100, 102, 0 }, { 0, 0, 0, 0 } })
+                                      << QVector<QPoint> { { 0, 0 }, { 1, 0 }, { 0, 1 }, { 1, 1 } };
     QTest::newRow("dither, wrap") << 3 << grayImage({ { 0, 250, 0 }, { 0, 0, 0 } })
                                   << QVector<QPoint> { { 0, 0 }, { 0, 1 }, { 1, 1 }, { 2, 1 } };
     // 16 rows: half window 1; at 80 among 100: 380 * 85 / 100 = 323 > 4 * 80. Under 16 rows: no window.
