@@ -283,28 +283,6 @@ private slots:
         QCOMPARE(row(db.querySendFaxes().value(0)), row(fax));
     }
 
-    void deletedFolderMoves()
-    {
-        DatabaseManager db;
-        const Device device = storeDevice(QStringLiteral("P1"));
-        Fax a = makeFax(0, "1", "2024-01-01 10:00:00");
-        Fax b = makeFax(1, "2", "2024-01-01 11:00:00");
-        Fax c = makeFax(0, "3", "2024-01-01 12:00:00");
-        a.id = db.insertFax(a, device.id);
-        b.id = db.insertFax(b, device.id);
-        c.id = db.insertFax(c, device.id);
-        QVERIFY(db.deleteFax(a));
-        QList<Fax> pair { b, c };
-        QVERIFY(db.deleteFaxList(pair));
-        QVERIFY(db.queryReceiveFaxes().isEmpty() && db.querySendFaxes().isEmpty());
-        QCOMPARE(ids(db.queryDeleteFaxes()), (QList<int> { c.id, b.id, a.id })); // newest first
-        QCOMPARE(db.queryDeleteFaxes()[1].tag, 1);
-        db.restoreFax(b);
-        QCOMPARE(ids(db.querySendFaxes()), QList<int> { b.id });
-        QVERIFY(db.permanentlyDelete(c));
-        QCOMPARE(ids(db.queryDeleteFaxes()), QList<int> { a.id });
-    }
-
     void insertFaxesInOneTransaction()
     {
         DatabaseManager db;

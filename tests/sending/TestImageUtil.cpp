@@ -48,20 +48,15 @@ QVector<QPoint> blackPoints(const QImage& image)
 
 bool isWhite(QRgb rgb) { return qRed(rgb) > 250 && qGreen(rgb) > 250 && qBlue(rgb) > 250; }
 
-bool onlyPureBlackAndWhite(const QImage& image)
+using Thresholder = QImage (*)(const QImage&);
+
+// Mean, signature, Sauvola at 99 percent, dither, integral.
+const QVector<Thresholder>& thresholders()
 {
-    if (image.format() != QImage::Format_RGBA8888)
-        return false;
-    for (int y = 0; y < image.height(); ++y) {
-        const uchar* line = image.constScanLine(y);
-        for (int x = 0; x < image.width() * 4; x += 4) {
-            const bool black = line[x] == 0 && line[x + 1] == 0 && line[x + 2] == 0;
-            const bool white = line[x] == 255 && line[x + 1] == 255 && line[x + 2] == 255;
-            if ((!black && !white) || line[x + 3] != 255)
-                return false;
-        }
-    }
-    return true;
+    static const QVector<Thresholder> all = { ImageUtil::getBWImage, ImageUtil::signBlackWhite,
+        [](const QImage& image) { return ImageUtil::getBWBitmapWithSauvola(image, 99); }, ImageUtil::getBWImageWithDither,
+        ImageUtil::getBWImageImproveOTSU };
+    return all;
 }
 
 } // namespace
@@ -73,13 +68,10 @@ class TestImageUtil : public QObject
 private slots:
     void scaleToFaxSize_data();
     void scaleToFaxSize();
-    void meanThresholdGivesPureBlackAndWhite();
+    void knownAnswers_data();
+    void knownAnswers();
     void thresholdersAcceptOtherDepths_data();
     void thresholdersAcceptOtherDepths();
-    void signatureThresholdAt127();
-    void sauvolaKnownAnswers();
-    void ditherKnownAnswers();
-    void integralThresholdKnownAnswers();
     void pdfShortcutMatchesEditorRoad_data();
     void pdfShortcutMatchesEditorRoad();
 };
@@ -142,26 +134,65 @@ void TestImageUtil::scaleToFaxSize()
     }
 }
 
-void TestImageUtil::meanThresholdGivesPureBlackAndWhite()
+void TestImageUtil::knownAnswers_data()
 {
-    // A gradient with a small dark square and a gray stroke, on a canvas.
-    QImage source(400, 300, QImage::Format_RGB32);
-    for (int y = 0; y < source.height(); ++y)
-        for (int x = 0; x < source.width(); ++x)
-            source.setPixel(x, y, qRgb(x * 255 / 400, (x + y) % 256, y * 255 / 300));
-    QVERIFY(onlyPureBlackAndWhite(ImageUtil::getBWImage(ImageUtil::scaleToFaxSize(source, "png"))));
-    QVERIFY(ImageUtil::getBWImage(QImage()).isNull());
+    QTest::addColumn<int>("method"); // index into thresholders()
+    QTest::addColumn<QImage>("source");
+    QTest::addColumn<QVector<QPoint>>("black");
+    const auto square = [](int x0, int y0, int n) {
+        QVector<QPoint> points;
+        for (int y = y0; y < y0 + n; ++y)
+            for (int x = x0; x < x0 + n; ++x)
+                points << QPoint(x, y);
+        return points;
+    };
+    QVector<QVector<int>> rows(5, QVector<int>(5, 200));
+    rows[2][2] = 140;
+    QVector<QVector<int>> big(16, QVector<int>(16, 100));
+    big[5][5] = 80;
+    // Mean of a 15 x 15 window minus 5: a square on white comes out as it went in; a flat gray is white.
+    QTest::newRow("mean, square") << 0 << withBlack(filled(60, 60, WHITE), { { 20, 10, 10, 10 } }) << square(20, 10, 10);
+    QTest::newRow("mean, flat gray") << 0 << filled(40, 40, qRgb(128, 128, 128)) << QVector<QPoint>();
+    // g = 0.587 G + 0.2989 R + 0.114 B, truncated, black up to 127; the weights add up to 0.9999.
+    QImage sign(9, 1, QImage::Format_ARGB32);
+    const QRgb colours[] = { qRgb(127, 127, 127), qRgb(128, 128, 128), qRgb(129, 129, 129), qRgb(255, 0, 0),
+        qRgb(0, 0, 255), qRgb(0, 255, 0), qRgb(0, 218, 0), qRgb(0, 219, 0), WHITE };
+    for (int x = 0; x < 9; ++x)
+        sign.setPixel(x, 0, colours[x]);
+    QTest::newRow("signature") << 1 << sign << QVector<QPoint> { { 0, 0 }, { 1, 0 }, { 3, 0 }, { 4, 0 }, { 6, 0 } };
+    // Window (x-1, x+1] x (y-1, y+1] at percent 99: at the centre 140, 200, 200, 200 give mean 185,
+    // sd 30, T = 185 * (1 + 0.3 * (30/128 - 1)) = 142.5. One row has no window: all white.
+    QTest::newRow("sauvola") << 2 << grayImage(rows) << QVector<QPoint> { { 2, 2 } };
+    QTest::newRow("sauvola, one row") << 2 << filled(20, 1, BLACK) << QVector<QPoint>();
+    // Weights 7, 1, 5, 3 over 26: of a flat 100 only the middle row's right pixel collects enough
+    // error (103 + 32) to turn white. 250 turns white with error -5: the right pixel gets -35/26 = -1,
+    // which wraps 0 to 255; the pixel below gets -25/26 = 0 (truncation, not floor) and stays black.
+    QTest::newRow("dither, flat") << 3 << grayImage({ { 100, 100, 100 }, { 100, 100, 100 }, { 100, 100, 100 } })
+                                  << square(0, 0, 3).mid(0, 5) + square(0, 0, 3).mid(6);
+    // 102 + 7 * 100 / 26 = 128: white; the -127 it passes on wraps the right pixel to 222.
+    QTest::newRow("dither, weight 7") << 3 << grayImage({ { 0, 100, 102, 0 }, { 0, 0, 0, 0 } })
+                                      << QVector<QPoint> { { 0, 0 }, { 1, 0 }, { 0, 1 }, { 1, 1 } };
+    QTest::newRow("dither, wrap") << 3 << grayImage({ { 0, 250, 0 }, { 0, 0, 0 } })
+                                  << QVector<QPoint> { { 0, 0 }, { 0, 1 }, { 1, 1 }, { 2, 1 } };
+    // 16 rows: half window 1; at 80 among 100: 380 * 85 / 100 = 323 > 4 * 80. Under 16 rows: no window.
+    QTest::newRow("integral") << 4 << grayImage(big) << QVector<QPoint> { { 5, 5 } };
+    QTest::newRow("integral, 15 rows") << 4 << withBlack(filled(16, 15, WHITE), { { 0, 7, 16, 8 } }) << QVector<QPoint>();
+}
 
-    // A 10 x 10 black square on white comes out exactly as it went in.
-    const QImage square = withBlack(filled(60, 60, WHITE), { { 20, 10, 10, 10 } });
-    const QVector<QPoint> black = blackPoints(ImageUtil::getBWImage(square));
-    QCOMPARE(black.size(), 100);
-    QCOMPARE(black.first(), QPoint(20, 10));
-    QCOMPARE(black.last(), QPoint(29, 19));
-
-    // A uniform gray field lies above its own mean minus 5: white.
-    QImage gray = filled(40, 40, qRgb(128, 128, 128));
-    QVERIFY(blackPoints(ImageUtil::getBWImage(gray)).isEmpty());
+void TestImageUtil::knownAnswers()
+{
+    QFETCH(int, method);
+    QFETCH(QImage, source);
+    QFETCH(QVector<QPoint>, black);
+    const QImage result = thresholders()[method](source);
+    QCOMPARE(result.format(), method == 1 ? QImage::Format_RGB888 : QImage::Format_RGBA8888);
+    QCOMPARE(result.size(), source.size());
+    QCOMPARE(blackPoints(result), black);
+    for (int y = 0; y < result.height(); ++y) // pure, opaque black and white
+        for (int x = 0; x < result.width(); ++x)
+            QVERIFY(result.pixel(x, y) == 0xFF000000u || result.pixel(x, y) == 0xFFFFFFFFu);
+    if (method != 1)
+        QVERIFY(thresholders()[method](QImage()).isNull());
 }
 
 void TestImageUtil::thresholdersAcceptOtherDepths_data()
@@ -179,84 +210,9 @@ void TestImageUtil::thresholdersAcceptOtherDepths()
     QImage other = reference.convertToFormat(QImage::Format(format));
     QVERIFY(other.depth() != 32);
 
-    QCOMPARE(ImageUtil::getBWImage(other), ImageUtil::getBWImage(reference));
-    QCOMPARE(ImageUtil::getBWBitmapWithSauvola(other, 95), ImageUtil::getBWBitmapWithSauvola(reference, 95));
-    QCOMPARE(ImageUtil::getBWImageWithDither(other), ImageUtil::getBWImageWithDither(reference));
-    QCOMPARE(ImageUtil::getBWImageImproveOTSU(other), ImageUtil::getBWImageImproveOTSU(reference));
+    for (Thresholder threshold : thresholders())
+        QCOMPARE(threshold(other), threshold(reference));
     QCOMPARE(blackPoints(ImageUtil::getBWImage(other)).size(), 6 * 5 + 3 * 12);
-}
-
-void TestImageUtil::signatureThresholdAt127()
-{
-    // g = 0.587 G + 0.2989 R + 0.114 B, truncated; the weights add up to 0.9999.
-    const QVector<QPair<QRgb, bool>> cases = {
-        {qRgb(127, 127, 127), true}, {qRgb(128, 128, 128), true}, {qRgb(129, 129, 129), false},
-        {qRgb(255, 0, 0), true},     {qRgb(0, 0, 255), true},     {qRgb(0, 255, 0), false},
-        {qRgb(0, 218, 0), true},     {qRgb(0, 219, 0), false},    {qRgb(255, 255, 255), false},
-    };
-    QImage source(cases.size(), 1, QImage::Format_ARGB32);
-    for (int i = 0; i < cases.size(); ++i)
-        source.setPixel(i, 0, cases[i].first);
-    const QImage result = ImageUtil::signBlackWhite(source);
-    QCOMPARE(result.format(), QImage::Format_RGB888);
-    QCOMPARE(result.size(), source.size());
-    for (int i = 0; i < cases.size(); ++i) {
-        const QRgb expected = cases[i].second ? 0xFF000000u : 0xFFFFFFFFu;
-        QVERIFY2(result.pixel(i, 0) == expected, qPrintable(QString::number(source.pixel(i, 0), 16)));
-    }
-}
-
-void TestImageUtil::sauvolaKnownAnswers()
-{
-    // Window (x-1, x+1] x (y-1, y+1] with percent 99. At the centre the window holds
-    // 140, 200, 200, 200: mean 185, sd 30, T = 185 * (1 + 0.3 * (30/128 - 1)) = 142.5.
-    QVector<QVector<int>> rows(5, QVector<int>(5, 200));
-    rows[2][2] = 140;
-    QImage dark = grayImage(rows);
-    QImage result = ImageUtil::getBWBitmapWithSauvola(dark, 99);
-    QCOMPARE(result.format(), QImage::Format_RGBA8888);
-    QCOMPARE(blackPoints(result), QVector<QPoint>{QPoint(2, 2)});
-    QVERIFY(onlyPureBlackAndWhite(result));
-
-    // A single row has no window below it: every pixel is white.
-    QImage line = filled(20, 1, BLACK);
-    QVERIFY(blackPoints(ImageUtil::getBWBitmapWithSauvola(line, 99)).isEmpty());
-}
-
-void TestImageUtil::ditherKnownAnswers()
-{
-    // 3 x 3 of gray 100, worked by hand with the weights 7, 1, 5, 3 over 26: only the
-    // right pixel of the middle row collects enough error (103 + 32 = 135) to turn white.
-    QImage flat = grayImage({{100, 100, 100}, {100, 100, 100}, {100, 100, 100}});
-    QImage result = ImageUtil::getBWImageWithDither(flat);
-    QCOMPARE(result.format(), QImage::Format_RGBA8888);
-    QVERIFY(onlyPureBlackAndWhite(result));
-    QCOMPARE(blackPoints(result).size(), 8);
-    QCOMPARE(result.pixel(2, 1), WHITE);
-
-    // 250 turns white with error -5: the right pixel gets -35/26 = -1, which wraps 0 to 255;
-    // the pixel below gets -25/26 = 0 (truncation, not floor) and stays black.
-    QImage wrap = grayImage({{0, 250, 0}, {0, 0, 0}});
-    result = ImageUtil::getBWImageWithDither(wrap);
-    QCOMPARE(blackPoints(result), (QVector<QPoint>{QPoint(0, 0), QPoint(0, 1), QPoint(1, 1), QPoint(2, 1)}));
-}
-
-void TestImageUtil::integralThresholdKnownAnswers()
-{
-    // 16 rows: window 2, half window 1, window (x-1, x+1] x (y-1, y+1].
-    // At 80 among 100: sum 380, 380 * 85 / 100 = 323 > 4 * 80 = 320: black.
-    QVector<QVector<int>> rows(16, QVector<int>(16, 100));
-    rows[5][5] = 80;
-    QImage dark = grayImage(rows);
-    QImage result = ImageUtil::getBWImageImproveOTSU(dark);
-    QCOMPARE(result.format(), QImage::Format_RGBA8888);
-    QVERIFY(onlyPureBlackAndWhite(result));
-    QCOMPARE(blackPoints(result), QVector<QPoint>{QPoint(5, 5)});
-
-    // Fewer than 16 rows leave a half window of 0: nothing is black.
-    QImage shallow = filled(16, 15, WHITE);
-    shallow = withBlack(shallow, { { 0, 7, 16, 8 } });
-    QVERIFY(blackPoints(ImageUtil::getBWImageImproveOTSU(shallow)).isEmpty());
 }
 
 void TestImageUtil::pdfShortcutMatchesEditorRoad_data()
