@@ -133,6 +133,30 @@
         <source>应用</source>
         <translation>Apply</translation>
     </message>
+    <message>
+        <source>传真自动输出</source>
+        <translation>Automatic Fax Output</translation>
+    </message>
+    <message>
+        <source>无法保存设置：%1</source>
+        <translation>The settings could not be saved: %1</translation>
+    </message>
+    <message>
+        <source>输出到 %1</source>
+        <translation>saved to %1</translation>
+    </message>
+    <message>
+        <source>不输出</source>
+        <translation>not saved</translation>
+    </message>
+    <message>
+        <source>设置已保存。
+接收的传真：%1
+发送的传真：%2</source>
+        <translation>Settings saved.
+Received faxes: %1
+Sent faxes: %2</translation>
+    </message>
 </context>
 <context>
     <name>AutoSearchWidget</name>
@@ -158,6 +182,10 @@
     <message>
         <source>该设备已添加</source>
         <translation>This device has already been added</translation>
+    </message>
+    <message>
+        <source>设备 %1（%2）添加成功，正在接收它的传真。</source>
+        <translation>Device %1 (%2) added. Its faxes are being received.</translation>
     </message>
 </context>
 <context>
@@ -391,6 +419,14 @@
         <source>删除</source>
         <translation>Delete</translation>
     </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor Message</translation>
+    </message>
+    <message>
+        <source>永久删除这份传真？它将无法还原。</source>
+        <translation>Delete this fax permanently? It cannot be restored.</translation>
+    </message>
 </context>
 <context>
     <name>DestopTip</name>
@@ -536,6 +572,10 @@
     <message>
         <source>修改设备名称成功</source>
         <translation>The device was renamed</translation>
+    </message>
+    <message>
+        <source>更改设备账号将删除本机保存的此设备的全部传真（共%1份，包括已删除的传真）。确定要更改吗？</source>
+        <translation>Changing the device account removes all faxes of this device stored on this computer (%1 in all, deleted items included). Change the account?</translation>
     </message>
 </context>
 <context>
@@ -876,6 +916,22 @@
         <source>发送传真</source>
         <translation>Send Fax</translation>
     </message>
+    <message>
+        <source>适合页面</source>
+        <translation>Fit Page</translation>
+    </message>
+    <message>
+        <source>适合宽度</source>
+        <translation>Fit Width</translation>
+    </message>
+    <message>
+        <source>打印</source>
+        <translation>Print</translation>
+    </message>
+    <message>
+        <source>已保存为 %1</source>
+        <translation>Saved as %1</translation>
+    </message>
 </context>
 <context>
     <name>FaxDistributeDialog</name>
@@ -906,6 +962,18 @@
     <message>
         <source>用户名</source>
         <translation>User Name</translation>
+    </message>
+    <message>
+        <source>传真已分发给：%1</source>
+        <translation>The fax was distributed to: %1</translation>
+    </message>
+    <message>
+        <source>内部分发失败：设备没有应答。</source>
+        <translation>Distribution failed: the device did not answer.</translation>
+    </message>
+    <message>
+        <source>内部分发失败：%1</source>
+        <translation>Distribution failed: %1</translation>
     </message>
 </context>
 <context>
@@ -1230,6 +1298,17 @@
     <message>
         <source>文字备注</source>
         <translation>Remarks</translation>
+    </message>
+</context>
+<context>
+    <name>FaxRows</name>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor Message</translation>
+    </message>
+    <message>
+        <source>将选中的传真（%1份）移到已删除的传真？</source>
+        <translation>Move the selected faxes (%1) to Deleted Items?</translation>
     </message>
 </context>
 <context>
@@ -1622,6 +1701,14 @@ LAN address: %3  Internet address: %4</translation>
         <translation>Velkor Automatic Fax System %1
 The desktop client of a networked fax server.</translation>
     </message>
+    <message>
+        <source>无法读取传真文件：%1</source>
+        <translation>Cannot read the fax file: %1</translation>
+    </message>
+    <message>
+        <source>已保存为 %1</source>
+        <translation>Saved as %1</translation>
+    </message>
 </context>
 <context>
     <name>ManualAssignWidget</name>
@@ -1671,6 +1758,22 @@ The desktop client of a networked fax server.</translation>
     <message>
         <source>打开TIFF文件失败</source>
         <translation>Failed to open the TIFF file</translation>
+    </message>
+    <message>
+        <source>适合页面</source>
+        <translation>Fit Page</translation>
+    </message>
+    <message>
+        <source>整页</source>
+        <translation>Page</translation>
+    </message>
+    <message>
+        <source>适合宽度</source>
+        <translation>Fit Width</translation>
+    </message>
+    <message>
+        <source>页宽</source>
+        <translation>Width</translation>
     </message>
 </context>
 <context>
@@ -2471,6 +2574,14 @@ The desktop client of a networked fax server.</translation>
     <message>
         <source>用户信息修改成功</source>
         <translation>The user account was saved.</translation>
+    </message>
+    <message>
+        <source>添加用户失败</source>
+        <translation>The user could not be added</translation>
+    </message>
+    <message>
+        <source>添加成功</source>
+        <translation>User added</translation>
     </message>
 </context>
 <context>

@@ -133,6 +133,30 @@
         <source>应用</source>
         <translation>应用</translation>
     </message>
+    <message>
+        <source>传真自动输出</source>
+        <translation>传真自动输出</translation>
+    </message>
+    <message>
+        <source>无法保存设置：%1</source>
+        <translation>无法保存设置：%1</translation>
+    </message>
+    <message>
+        <source>输出到 %1</source>
+        <translation>输出到 %1</translation>
+    </message>
+    <message>
+        <source>不输出</source>
+        <translation>不输出</translation>
+    </message>
+    <message>
+        <source>设置已保存。
+接收的传真：%1
+发送的传真：%2</source>
+        <translation>设置已保存。
+接收的传真：%1
+发送的传真：%2</translation>
+    </message>
 </context>
 <context>
     <name>AutoSearchWidget</name>
@@ -158,6 +182,10 @@
     <message>
         <source>该设备已添加</source>
         <translation>该设备已添加</translation>
+    </message>
+    <message>
+        <source>设备 %1（%2）添加成功，正在接收它的传真。</source>
+        <translation>设备 %1（%2）添加成功，正在接收它的传真。</translation>
     </message>
 </context>
 <context>
@@ -391,6 +419,14 @@
         <source>删除</source>
         <translation>删除</translation>
     </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor 消息</translation>
+    </message>
+    <message>
+        <source>永久删除这份传真？它将无法还原。</source>
+        <translation>永久删除这份传真？它将无法还原。</translation>
+    </message>
 </context>
 <context>
     <name>DestopTip</name>
@@ -536,6 +572,10 @@
     <message>
         <source>修改设备名称成功</source>
         <translation>修改设备名称成功</translation>
+    </message>
+    <message>
+        <source>更改设备账号将删除本机保存的此设备的全部传真（共%1份，包括已删除的传真）。确定要更改吗？</source>
+        <translation>更改设备账号将删除本机保存的此设备的全部传真（共%1份，包括已删除的传真）。确定要更改吗？</translation>
     </message>
 </context>
 <context>
@@ -876,6 +916,22 @@
         <source>发送传真</source>
         <translation>发送传真</translation>
     </message>
+    <message>
+        <source>适合页面</source>
+        <translation>适合页面</translation>
+    </message>
+    <message>
+        <source>适合宽度</source>
+        <translation>适合宽度</translation>
+    </message>
+    <message>
+        <source>打印</source>
+        <translation>打印</translation>
+    </message>
+    <message>
+        <source>已保存为 %1</source>
+        <translation>已保存为 %1</translation>
+    </message>
 </context>
 <context>
     <name>FaxDistributeDialog</name>
@@ -906,6 +962,18 @@
     <message>
         <source>用户名</source>
         <translation>用户名</translation>
+    </message>
+    <message>
+        <source>传真已分发给：%1</source>
+        <translation>传真已分发给：%1</translation>
+    </message>
+    <message>
+        <source>内部分发失败：设备没有应答。</source>
+        <translation>内部分发失败：设备没有应答。</translation>
+    </message>
+    <message>
+        <source>内部分发失败：%1</source>
+        <translation>内部分发失败：%1</translation>
     </message>
 </context>
 <context>
@@ -1230,6 +1298,17 @@
     <message>
         <source>文字备注</source>
         <translation>文字备注</translation>
+    </message>
+</context>
+<context>
+    <name>FaxRows</name>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor 消息</translation>
+    </message>
+    <message>
+        <source>将选中的传真（%1份）移到已删除的传真？</source>
+        <translation>将选中的传真（%1份）移到已删除的传真？</translation>
     </message>
 </context>
 <context>
@@ -1622,6 +1701,14 @@
         <translation>Velkor自动传真系统 %1
 网络传真服务器的桌面客户端。</translation>
     </message>
+    <message>
+        <source>无法读取传真文件：%1</source>
+        <translation>无法读取传真文件：%1</translation>
+    </message>
+    <message>
+        <source>已保存为 %1</source>
+        <translation>已保存为 %1</translation>
+    </message>
 </context>
 <context>
     <name>ManualAssignWidget</name>
@@ -1671,6 +1758,22 @@
     <message>
         <source>打开TIFF文件失败</source>
         <translation>打开TIFF文件失败</translation>
+    </message>
+    <message>
+        <source>适合页面</source>
+        <translation>适合页面</translation>
+    </message>
+    <message>
+        <source>整页</source>
+        <translation>整页</translation>
+    </message>
+    <message>
+        <source>适合宽度</source>
+        <translation>适合宽度</translation>
+    </message>
+    <message>
+        <source>页宽</source>
+        <translation>页宽</translation>
     </message>
 </context>
 <context>
@@ -2471,6 +2574,14 @@
     <message>
         <source>用户信息修改成功</source>
         <translation>用户信息修改成功</translation>
+    </message>
+    <message>
+        <source>添加用户失败</source>
+        <translation>添加用户失败</translation>
+    </message>
+    <message>
+        <source>添加成功</source>
+        <translation>添加成功</translation>
     </message>
 </context>
 <context>

@@ -372,7 +372,7 @@ private slots:
         MessageBoxUtil::Shown box = clickForBox(apply);
         QCOMPARE(box.kind, QStringLiteral("warning"));
         QCOMPARE(box.title, QStringLiteral("Velkor 信息"));
-        QCOMPARE(box.text, QStringLiteral("用户信息修改失败"));
+        QCOMPARE(box.text, QStringLiteral("添加用户失败"));
         QVERIFY(panel.isAdding());
 
         // A new account with the default rights: 12, the password as its digest, appended and current.

@@ -269,8 +269,9 @@ private slots:
         QCOMPARE(action("action_next_page")->isEnabled(), next);
         QCOMPARE(action("action_delete_page")->isEnabled(), remove);
         QCOMPARE(TestSupport::find<QLineEdit>(w, "edit_page")->text(), counter);
-        QCOMPARE(pageLabel()->pixmap(Qt::ReturnByValue).toImage().convertToFormat(QImage::Format_RGBA8888),
-                 w->pages()[row].image.convertToFormat(QImage::Format_RGBA8888));
+        const QImage shown = pageLabel()->pixmap(Qt::ReturnByValue).toImage();
+        QCOMPARE(shown.convertToFormat(QImage::Format_RGBA8888),
+                 w->pages()[row].image.scaled(shown.size()).convertToFormat(QImage::Format_RGBA8888));
     }
 
     void movingAndDeletingPages()
@@ -422,7 +423,7 @@ private slots:
         auto* sizes = TestSupport::find<QComboBox>(note, "combo_text_size");
         sizes->setCurrentIndex(sizes->findText(QString::number(size)));
         TestSupport::find<QLineEdit>(note, "edit_text")->setText(QStringLiteral("FAX 88"));
-        note->move(300, 600);
+        note->move(labelPointOf(QPointF(304, 604))); // the page is fitted to the view
         QTest::mouseClick(TestSupport::find<QPushButton>(note, "button_hide"), Qt::LeftButton);
         QTRY_VERIFY(!pageLabel()->findChild<TextNoteWidget*>());
 

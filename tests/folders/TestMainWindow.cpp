@@ -5,6 +5,7 @@
 #include "FaxDetailWindow.h"
 #include "FolderTestData.h"
 #include "MainWindow.h"
+#include "MessageBoxUtil.h"
 #include "ReceiveBoxWidget.h"
 #include "SendBoxWidget.h"
 #include "SessionWindows.h"
@@ -13,7 +14,6 @@
 #include <QAction>
 #include <QDir>
 #include <QLineEdit>
-#include <QPrinter>
 #include <QLabel>
 #include <QPointer>
 #include <QStackedWidget>
@@ -187,10 +187,12 @@ private slots:
     void deleteAndRestoreGoThroughTheDeletedItems()
     {
         table(m_window->receiveBox())->selectRow(1);
+        MessageBoxUtil::setNextAnswer(QMessageBox::Yes);
         action("action_delete")->trigger();
         QCOMPARE(ids(m_window->receiveBox()->faxes()), (QList<int>{m_received[0].id, m_received[2].id}));
         clickTree(1);
         table(m_window->sendBox())->selectRow(0);
+        MessageBoxUtil::setNextAnswer(QMessageBox::Yes);
         action("action_delete")->trigger();
         QCOMPARE(ids(m_window->sendBox()->faxes()), QList<int>{m_sent[1].id});
         QCOMPARE(ids(m_window->deleteBox()->faxes()), (QList<int>{m_sent[0].id, m_received[1].id}));
@@ -225,25 +227,6 @@ private slots:
         DialogUtil::queueCancel();
         action("action_save_as")->trigger();
         QCOMPARE(QDir(QFileInfo(chosen).path()).entryList(QDir::Files).size(), 1);
-    }
-
-    void printScalesByWholeFactors()
-    {
-        // A page narrower than the paper is scaled by an integer factor, not stretched to fit.
-        const QRect paper(0, 0, 4961, 7016);
-        QCOMPARE(MainWindow::printFactors(paper, QSize(1728, 2200)), qMakePair(2, 3));
-        QCOMPARE(MainWindow::printFactors(paper, QSize(1200, 2200)), qMakePair(4, 3));
-        QCOMPARE(MainWindow::printFactors(paper, QSize(6000, 8000)), qMakePair(0, 0));
-        QCOMPARE(MainWindow::printFactors(paper, QSize()), qMakePair(0, 0));
-
-        const QString out = TestSupport::documentsPath() + QStringLiteral("printed.pdf");
-        {
-            QPrinter printer(QPrinter::HighResolution);
-            printer.setOutputFormat(QPrinter::PdfFormat);
-            printer.setOutputFileName(out);
-            QVERIFY(MainWindow::printPages(m_faxFile, &printer));
-        } // the document is complete once the printer is gone
-        QCOMPARE(pdfPages(out), 3);
     }
 
     void newFaxNoticeStandsAboutSixSeconds()

@@ -3,6 +3,7 @@
 #include "DeviceSimRunner.h"
 #include "DialogUtil.h"
 #include "FolderTestData.h"
+#include "MessageBoxUtil.h"
 #include "MD5Util.h"
 #include "ReceiveBoxWidget.h"
 #include "TestSupport.h"
@@ -192,6 +193,7 @@ private slots:
         t->clearSelection();
         t->selectRow(3);
         t->selectRow(1);
+        MessageBoxUtil::setNextAnswer(QMessageBox::Yes);
         box.actionDelete();
         QCOMPARE(deleted.count(), 1);
         QCOMPARE(ids(deleted.at(0).at(0).value<QList<Fax>>()), (QList<int>{ m_local[1].id, m_local[3].id }));

@@ -4,6 +4,7 @@
 #include "FaxExporter.h"
 #include "FaxTable.h"
 #include "FolderTestData.h"
+#include "MessageBoxUtil.h"
 #include "SendBoxWidget.h"
 #include "../sending/SendingTestData.h"
 #include "TestSupport.h"
@@ -314,6 +315,7 @@ private slots:
         t->clearSelection();
         t->selectRow(3);
         t->selectRow(1);
+        MessageBoxUtil::setNextAnswer(QMessageBox::Yes);
         box.actionDelete();
         QCOMPARE(deleted.count(), 1);
         QCOMPARE(ids(deleted.at(0).at(0).value<QList<Fax>>()), (QList<int>{ stored[1].id, stored[3].id }));

@@ -170,7 +170,7 @@ private slots:
         DatabaseManager db;
         QCOMPARE(db.queryDevices().size(), 1);
         QCOMPARE(db.queryDevices().first().devicePassword, MD5Util::call128MD5(QByteArray("pa'ss")));
-        QVERIFY(MessageBoxUtil::shown().isEmpty());
+        QCOMPARE(MessageBoxUtil::takeShown().value(0).kind, QStringLiteral("info"));
     }
 
     void dialogKeepsOpenOnFailure()

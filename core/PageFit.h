@@ -1,0 +1,24 @@
+#pragma once
+
+#include <QRect>
+#include <QSize>
+
+class QAbstractScrollArea;
+
+// How a page is shown when it opens: whole, or as wide as the view. The viewer and the preview
+// share the choice, and it is remembered between sessions.
+namespace PageFit {
+
+enum Mode { FIT_PAGE = 0, FIT_WIDTH = 1 };
+
+Mode mode();
+void setMode(Mode mode);
+
+// The largest rectangle of the page's proportions inside area, centred in it: one factor for
+// both axes, so nothing is stretched.
+QRect centred(const QSize& page, const QRect& area);
+// The size a page takes in the scroll area: whole inside it, or as wide as it, less the
+// vertical scroll bar a page taller than the area then needs.
+QSize inArea(const QSize& page, const QAbstractScrollArea* area, Mode mode);
+
+} // namespace PageFit
