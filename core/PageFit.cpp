@@ -48,4 +48,11 @@ QSize inArea(const QSize& page, const QAbstractScrollArea* area, Mode mode)
     return QSize(width, qMax(1, int(std::lround(double(page.height()) * width / page.width()))));
 }
 
+QImage scaled(const QImage& page, const QSize& size)
+{
+    const Qt::TransformationMode mode
+        = size.width() < page.width() ? Qt::SmoothTransformation : Qt::FastTransformation;
+    return page.scaled(size, Qt::KeepAspectRatio, mode);
+}
+
 } // namespace PageFit

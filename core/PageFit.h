@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QImage>
 #include <QRect>
 #include <QSize>
 
@@ -20,5 +21,8 @@ QRect centred(const QSize& page, const QRect& area);
 // The size a page takes in the scroll area: whole inside it, or as wide as it, less the
 // vertical scroll bar a page taller than the area then needs.
 QSize inArea(const QSize& page, const QAbstractScrollArea* area, Mode mode);
+// The page at (at most) size, proportions kept. Shrinking averages, so that the thin strokes of a
+// black and white page do not drop out; enlarging repeats pixels.
+QImage scaled(const QImage& page, const QSize& size);
 
 } // namespace PageFit

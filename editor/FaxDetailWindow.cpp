@@ -451,9 +451,7 @@ void FaxDetailWindow::showAtSize(const QSize& size)
 {
     QPixmap shown;
     if (!m_currentImage.isNull())
-        shown = QPixmap::fromImage(size.isEmpty() ? m_currentImage
-                                                  : m_currentImage.scaled(size, Qt::KeepAspectRatio,
-                                                                          Qt::FastTransformation));
+        shown = QPixmap::fromImage(size.isEmpty() ? m_currentImage : PageFit::scaled(m_currentImage, size));
     const int before = ui->label_2->pixmap(Qt::ReturnByValue).width();
     ui->label_2->setPixmap(shown);
     ui->label_2->setSourceSize(m_currentImage.size());

@@ -158,7 +158,7 @@ void MyImageViewer::upgradeFileInfo(QImage image, int rotation, int zoom)
     if ((zoom > ZOOM_KEEP && width > MAX_WIDTH) || (zoom < ZOOM_KEEP && width < MIN_WIDTH))
         return;
     const int height = zoom * m_height / 10;
-    QImage scaled = image.scaled(width, height, Qt::KeepAspectRatio, Qt::FastTransformation);
+    QImage scaled = PageFit::scaled(image, QSize(width, height));
     // Zoom in and out compound on what is shown; zoom 10 (a rotation) keeps the size.
     if (zoom != ZOOM_KEEP) {
         m_fitted = false;

@@ -3,6 +3,7 @@
 
 #include "FaxDetailWindow.h"
 #include "MessageBoxUtil.h"
+#include "PageFit.h"
 #include "QAdvancedLabel.h"
 #include "TextNoteWidget.h"
 #include "TiffUtil.h"
@@ -271,7 +272,7 @@ private slots:
         QCOMPARE(TestSupport::find<QLineEdit>(w, "edit_page")->text(), counter);
         const QImage shown = pageLabel()->pixmap(Qt::ReturnByValue).toImage();
         QCOMPARE(shown.convertToFormat(QImage::Format_RGBA8888),
-                 w->pages()[row].image.scaled(shown.size()).convertToFormat(QImage::Format_RGBA8888));
+                 PageFit::scaled(w->pages()[row].image, shown.size()).convertToFormat(QImage::Format_RGBA8888));
     }
 
     void movingAndDeletingPages()

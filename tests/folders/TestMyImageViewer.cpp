@@ -186,9 +186,7 @@ private slots:
         show(viewer);
         auto expected = [&whole, &viewer](int index) {
             const QImage& page = whole.at(index);
-            return QPixmap::fromImage(page.scaled(fitted(viewer, page.size()), Qt::KeepAspectRatio,
-                                                  Qt::FastTransformation))
-                .toImage();
+            return QPixmap::fromImage(PageFit::scaled(page, fitted(viewer, page.size()))).toImage();
         };
         QCOMPARE(viewer.openImageResource(path), 0);
         QCOMPARE(viewer.pageCount(), 6);
