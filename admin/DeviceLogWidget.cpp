@@ -85,7 +85,7 @@ void DeviceLogWidget::openDeviceLog(QString& path)
     if (!program.isEmpty() && QProcess::startDetached(program, command))
         return;
     LogUtil::w(QStringLiteral("log viewer %1 did not start for %2").arg(program, path));
-    MessageBoxUtil::warningMsg(this, QStringLiteral("Velkor消息"), tr("无法打开日志查看程序，日志已保存在：%1").arg(path));
+    MessageBoxUtil::warningMsg(this, tr("Velkor 消息"), tr("无法打开日志查看程序，日志已保存在：%1").arg(path));
 }
 
 void DeviceLogWidget::changeEvent(QEvent* event)

@@ -28,7 +28,6 @@ namespace {
 constexpr int DOWNLOAD_BLOCK_WAIT_MS = 10000;
 // A repeated read gives up after this many reply time-outs in all, even while bytes trickle in.
 constexpr int REPEATED_READ_LIMIT = 4;
-constexpr int RECORD_SIZE = 1024;
 const QString CONFIG_DEVICE_PATH = QStringLiteral("$STG_DIR$SvrAdvParam.cfg");
 const QString CONFIG_FILE = QStringLiteral("SvrAdvParam.cfg");
 
@@ -360,20 +359,7 @@ void DeviceManageThread::rebootDevice(Device& device)
 
 QList<Fax> DeviceManageThread::readFaxList(QTcpSocket* socket, const QString& reply)
 {
-    QList<Fax> faxes;
-    const int amount = StringUtil::getValue(reply, QStringLiteral("AMOUNT")).toInt();
-    for (int i = 0; i < amount; ++i) {
-        socket->write(readyToken());
-        const QByteArray block = readBlock(socket, RECORD_SIZE, DeviceProtocol::scaled(DOWNLOAD_BLOCK_WAIT_MS));
-        if (block.isEmpty())
-            break; // silent or gone: no record will follow
-        // A block shorter than a record is an empty record: it keeps its place in the list,
-        // and nothing is read from it.
-        Fax fax;
-        FaxRecordUtil::readListRecord(block, fax);
-        faxes << fax;
-    }
-    return faxes;
+    return FaxRecordUtil::readListRecords(readRecordList(socket, reply));
 }
 
 void DeviceManageThread::getFaxQueue(Device& device)

@@ -216,7 +216,7 @@ void DeviceManageWidget::showHighOption(QString& text)
     if (text.isEmpty()) {
         // Nothing came that could be changed; sending a file without it would lose the rest.
         m_newName.clear();
-        MessageBoxUtil::warningMsg(this, QStringLiteral("Velkor消息"), tr("修改设备名称失败"));
+        MessageBoxUtil::warningMsg(this, tr("Velkor 消息"), tr("修改设备名称失败"));
         return;
     }
     const QString path = FileUtil::createDir(gUser.nickname + QLatin1Char('/') + m_device.productID)
@@ -236,7 +236,7 @@ void DeviceManageWidget::showSetHighOptionResult(bool ok)
     const QString name = m_newName;
     m_newName.clear();
     if (!ok) {
-        MessageBoxUtil::warningMsg(this, QStringLiteral("Velkor消息"), tr("修改设备名称失败"));
+        MessageBoxUtil::warningMsg(this, tr("Velkor 消息"), tr("修改设备名称失败"));
         return;
     }
     // Everything that shows the name reads the store or hears of the change.
@@ -244,7 +244,7 @@ void DeviceManageWidget::showSetHighOptionResult(bool ok)
     DatabaseManager().updateDevice(m_device);
     showIdentity();
     emit renameDeviceSuccess(m_device);
-    MessageBoxUtil::infoMsg(this, QStringLiteral("Velkor消息"), tr("修改设备名称成功"));
+    MessageBoxUtil::infoMsg(this, tr("Velkor 消息"), tr("修改设备名称成功"));
 }
 
 void DeviceManageWidget::on_button_voice_monitor_clicked()

@@ -52,9 +52,9 @@ void EmailSettingWidget::on_button_apply_clicked()
 void EmailSettingWidget::settingEmailFeedback(QString& feedback)
 {
     if (feedback == QLatin1String("OK"))
-        MessageBoxUtil::infoMsg(this, QStringLiteral("Velkor 消息"), tr("修改公共SMTP设置成功"));
+        MessageBoxUtil::infoMsg(this, tr("Velkor 消息"), tr("修改公共SMTP设置成功"));
     else
-        MessageBoxUtil::warningMsg(this, QStringLiteral("Velkor 消息"), tr("修改公共SMTP设置失败"));
+        MessageBoxUtil::warningMsg(this, tr("Velkor 消息"), tr("修改公共SMTP设置失败"));
 }
 
 void EmailSettingWidget::changeEvent(QEvent* event)

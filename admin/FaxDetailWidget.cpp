@@ -140,9 +140,9 @@ void FaxDetailWidget::on_button_apply_clicked()
 void FaxDetailWidget::settingFaxFeedback(QString& feedback)
 {
     if (feedback == QLatin1String("OK"))
-        MessageBoxUtil::infoMsg(this, QStringLiteral("Velkor 消息"), tr("设置服务器传真参数成功"));
+        MessageBoxUtil::infoMsg(this, tr("Velkor 消息"), tr("设置服务器传真参数成功"));
     else
-        MessageBoxUtil::warningMsg(this, QStringLiteral("Velkor 消息"), tr("设置服务器传真参数失败"));
+        MessageBoxUtil::warningMsg(this, tr("Velkor 消息"), tr("设置服务器传真参数失败"));
 }
 
 void FaxDetailWidget::changeEvent(QEvent* event)

@@ -121,9 +121,9 @@ void FaxHistoryWidget::deleteFaxResult(int result)
     if (result == 0)
         DeviceFaxUtil::removeRow(ui->tableWidget, COL_TASK, m_deleting);
     else if (result == 1)
-        MessageBoxUtil::warningMsg(this, QStringLiteral("Velkor 消息"), tr("当前设置不允许彻底删除"));
+        MessageBoxUtil::warningMsg(this, tr("Velkor 消息"), tr("当前设置不允许彻底删除"));
     else
-        MessageBoxUtil::warningMsg(this, QStringLiteral("Velkor 消息"), tr("删除失败"));
+        MessageBoxUtil::warningMsg(this, tr("Velkor 消息"), tr("删除失败"));
     m_deleting.clear();
 }
 

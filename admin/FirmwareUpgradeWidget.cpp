@@ -60,14 +60,14 @@ void FirmwareUpgradeWidget::updateProgress(int percent)
 void FirmwareUpgradeWidget::updateResult(bool ok)
 {
     if (ok)
-        MessageBoxUtil::infoMsg(this, QStringLiteral("Velkor消息"),
+        MessageBoxUtil::infoMsg(this, tr("Velkor 消息"),
                                 tr("更新文件上传成功，服务器已关闭服务器进行更新工作，整个过程需时约3分钟。更新完成后服务器将自动重新开启服务，期间请保证服务器电源稳定。"));
     ui->progressBar->setValue(0);
 }
 
 void FirmwareUpgradeWidget::on_button_reboot_clicked()
 {
-    if (MessageBoxUtil::question(this, QStringLiteral("Velkor消息"),
+    if (MessageBoxUtil::question(this, tr("Velkor 消息"),
                                  tr("此操作将影响当前用户工作数据,并且服务器将重新启动，您确定要继续吗?"),
                                  QMessageBox::Warning)
         != QMessageBox::Yes)

@@ -51,9 +51,9 @@ void HighOptionWidget::on_button_apply_clicked()
 void HighOptionWidget::showSetHighOptionResult(bool ok)
 {
     if (ok)
-        MessageBoxUtil::infoMsg(this, QStringLiteral("Velkor消息"), tr("修改高级参数设置成功"));
+        MessageBoxUtil::infoMsg(this, tr("Velkor 消息"), tr("修改高级参数设置成功"));
     else
-        MessageBoxUtil::warningMsg(this, QStringLiteral("Velkor消息"), tr("修改高级参数设置失败"));
+        MessageBoxUtil::warningMsg(this, tr("Velkor 消息"), tr("修改高级参数设置失败"));
 }
 
 void HighOptionWidget::changeEvent(QEvent* event)

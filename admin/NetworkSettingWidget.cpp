@@ -94,9 +94,9 @@ void NetworkSettingWidget::settingNetworkFeedback(QString& feedback)
 {
     // A device whose address changed may not answer at all: that, too, reads as failure.
     if (feedback == QLatin1String("OK"))
-        MessageBoxUtil::infoMsg(this, QStringLiteral("Velkor 消息"), tr("修改网咯参数设置成功"));
+        MessageBoxUtil::infoMsg(this, tr("Velkor 消息"), tr("修改网咯参数设置成功"));
     else
-        MessageBoxUtil::warningMsg(this, QStringLiteral("Velkor 消息"), tr("修改网咯参数设置失败"));
+        MessageBoxUtil::warningMsg(this, tr("Velkor 消息"), tr("修改网咯参数设置失败"));
 }
 
 void NetworkSettingWidget::changeEvent(QEvent* event)

@@ -201,9 +201,9 @@ void TimeZoneWidget::on_button_apply_clicked()
 void TimeZoneWidget::settingTimeFeedback(QString& feedback)
 {
     if (feedback == QLatin1String("OK"))
-        MessageBoxUtil::infoMsg(this, QStringLiteral("Velkor 消息"), tr("服务器时间设置修改成功"));
+        MessageBoxUtil::infoMsg(this, tr("Velkor 消息"), tr("服务器时间设置修改成功"));
     else
-        MessageBoxUtil::warningMsg(this, QStringLiteral("Velkor 消息"), tr("服务器时间设置修改失败"));
+        MessageBoxUtil::warningMsg(this, tr("Velkor 消息"), tr("服务器时间设置修改失败"));
 }
 
 void TimeZoneWidget::changeEvent(QEvent* event)

@@ -21,6 +21,10 @@ void CreateLocalAccountWidget::on_button_confirm_clicked()
 {
     QString nickname = ui->edit_nickname->text();
     QString password = ui->edit_password->text();
+    if (nickname.trimmed().isEmpty()) {
+        MessageBoxUtil::warningMsg(this, tr("警告"), tr("请输入昵称"));
+        return;
+    }
     DatabaseManager db;
     if (db.queryUserByNickname(nickname).id != 0) {
         MessageBoxUtil::warningMsg(this, tr("警告"), tr("该账号已被创建"));
@@ -35,8 +39,10 @@ void CreateLocalAccountWidget::on_button_confirm_clicked()
         MessageBoxUtil::warningMsg(this, tr("警告"), tr("两次输入的密码不一致"));
         return;
     }
-    if (!db.insertUser(nickname, password))
+    if (!db.insertUser(nickname, password)) {
+        MessageBoxUtil::warningMsg(this, tr("警告"), tr("账号创建失败"));
         return;
+    }
     clearEdits();
     emit showCreateUserNickname(nickname);
     emit display(0);

@@ -101,7 +101,10 @@ void QtSingleApplication::onNewConnection()
                 return; // wait for the rest
             socket->write(ACK);
             socket->flush();
-            emit messageReceived(message);
+            // Whatever the message starts (an editor that renders pages runs the event loop)
+            // must not run inside this socket's own signal.
+            QMetaObject::invokeMethod(
+                this, [this, message]() { emit messageReceived(message); }, Qt::QueuedConnection);
         });
     }
 }

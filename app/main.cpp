@@ -1,5 +1,7 @@
 #include "DatabaseManager.h"
 #include "LogUtil.h"
+#include "MainWindow.h"
+#include "PrintJobSpool.h"
 #include "QtSingleApplication.h"
 #include "SelectLanguageDialog.h"
 #include "Startup.h"
@@ -24,13 +26,22 @@ int main(int argc, char** argv)
     VelkorResources::init();
     QApplication::setWindowIcon(QIcon(QStringLiteral(":/icon/icons/velkor.png")));
     QGuiApplication::setDesktopFileName(QStringLiteral("velkor"));
-    // The program starts in Chinese, its source language; so do Qt's own dialogs.
-    SelectLanguageDialog::switchQtLanguage(1);
+    // In the language chosen last; a first start is in Chinese, so are Qt's own dialogs.
+    SelectLanguageDialog::applySavedLanguage();
 
     DatabaseManager db; // kept to the end of main
     db.createTables();
 
     Startup::installWindowFactories();
     Startup::openFirstWindow();
+    // The print queue's backend says when a printed document waits; a logged-in session opens
+    // it at once, otherwise it waits for the next login.
+    QObject::connect(&app, &QtSingleApplication::messageReceived, [](const QString& message) {
+        if (!PrintJobSpool::isMessage(message))
+            return;
+        for (QWidget* widget : QApplication::topLevelWidgets())
+            if (auto* window = qobject_cast<MainWindow*>(widget))
+                window->openPrintJobs();
+    });
     return app.exec();
 }

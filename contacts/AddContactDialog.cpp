@@ -4,6 +4,7 @@
 
 #include "DatabaseManager.h"
 #include "LogUtil.h"
+#include "MessageBoxUtil.h"
 
 AddContactDialog::AddContactDialog(Contact& contact, QWidget* parent)
     : QDialog(parent)
@@ -118,17 +119,31 @@ void AddContactDialog::collectFields()
 void AddContactDialog::on_button_save_clicked()
 {
     collectFields();
+    const Contact& c = m_contact;
+    bool named = false;
+    for (const QString& text : { c.lastName, c.firstName, c.represented, c.company, c.businessFax, c.houseFax,
+                                 c.otherFax, c.businessNumber, c.houseNumber, c.mobile })
+        named = named || !text.trimmed().isEmpty();
+    if (!named) {
+        // The dialog stays open with what was typed.
+        MessageBoxUtil::warningMsg(this, tr("Velkor 消息"), tr("请至少填写联系人的姓名或一个号码"));
+        return;
+    }
     DatabaseManager db;
     if (m_contact.id == 0) {
-        if (db.addContact(m_contact))
+        if (db.addContact(m_contact)) {
             emit addContactSuccess(m_contact);
-        else
+        } else {
             LogUtil::w(QStringLiteral("adding a contact failed"));
+            MessageBoxUtil::warningMsg(this, tr("Velkor 消息"), tr("联系人保存失败"));
+        }
     } else {
-        if (db.updateContact(m_contact))
+        if (db.updateContact(m_contact)) {
             emit updateContactSuccess(m_contact);
-        else
+        } else {
             LogUtil::w(QStringLiteral("updating contact %1 failed").arg(m_contact.id));
+            MessageBoxUtil::warningMsg(this, tr("Velkor 消息"), tr("联系人保存失败"));
+        }
     }
     accept();
 }

@@ -67,7 +67,7 @@ QString ContactCsv::formatLine(const Contact& contact)
     return out.join(QLatin1Char(',')) + QLatin1Char('\n');
 }
 
-QList<QStringList> ContactCsv::splitRecords(const QString& input)
+QList<QStringList> ContactCsv::splitRecords(const QString& input, QList<int>* firstLines)
 {
     QString text = input;
     if (text.startsWith(QChar(0xFEFF)))
@@ -78,16 +78,21 @@ QList<QStringList> ContactCsv::splitRecords(const QString& input)
     QString field;
     bool inQuotes = false;
     bool fieldStarted = false; // a quote opens a quoted part only at the start of a field
+    int line = 1;
+    int recordLine = 1;
 
     auto endRecord = [&]() {
         // A line with nothing on it is no record.
         if (!(record.isEmpty() && field.isEmpty() && !fieldStarted)) {
             record << field;
             records << record;
+            if (firstLines)
+                firstLines->append(recordLine);
         }
         record.clear();
         field.clear();
         fieldStarted = false;
+        recordLine = line + 1;
     };
 
     for (int i = 0; i < text.size(); ++i) {
@@ -102,6 +107,8 @@ QList<QStringList> ContactCsv::splitRecords(const QString& input)
                 }
             } else {
                 field += ch;
+                if (ch == QLatin1Char('\n'))
+                    ++line;
             }
         } else if (ch == QLatin1Char('"') && !fieldStarted) {
             inQuotes = true;
@@ -116,6 +123,7 @@ QList<QStringList> ContactCsv::splitRecords(const QString& input)
             fieldStarted = false;
         } else if (ch == QLatin1Char('\n')) {
             endRecord();
+            ++line;
         } else {
             field += ch;
             fieldStarted = true;
@@ -125,15 +133,18 @@ QList<QStringList> ContactCsv::splitRecords(const QString& input)
     return records;
 }
 
-QList<Contact> ContactCsv::parse(const QString& text, int* skipped)
+QList<Contact> ContactCsv::parse(const QString& text, int* skipped, QList<int>* skippedLines)
 {
-    const QList<QStringList> records = splitRecords(text);
+    QList<int> firstLines;
+    const QList<QStringList> records = splitRecords(text, &firstLines);
     QList<Contact> contacts;
     int shortLines = 0;
     for (int i = 1; i < records.size(); ++i) {
         const QStringList& record = records.at(i);
         if (record.size() < FIELD_COUNT) {
             ++shortLines;
+            if (skippedLines)
+                skippedLines->append(firstLines.at(i));
             continue;
         }
         const Contact contact = fromFields(record);
@@ -170,7 +181,7 @@ bool ContactCsv::write(const QString& path, const QList<Contact>& contacts)
     return file.commit();
 }
 
-bool ContactCsv::read(const QString& path, QList<Contact>* contacts, int* skipped)
+bool ContactCsv::read(const QString& path, QList<Contact>* contacts, int* skipped, QList<int>* skippedLines)
 {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly | QIODevice::Text)) {
@@ -181,6 +192,6 @@ bool ContactCsv::read(const QString& path, QList<Contact>* contacts, int* skippe
     in.setCodec("UTF-8");
     const QString text = in.readAll();
     file.close();
-    *contacts = parse(text, skipped);
+    *contacts = parse(text, skipped, skippedLines);
     return true;
 }

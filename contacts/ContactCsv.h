@@ -23,15 +23,18 @@ public:
     // One line of the file, ending in "\n".
     static QString formatLine(const Contact& contact);
     // The records of a whole file text, each split into fields; empty lines are left out.
-    static QList<QStringList> splitRecords(const QString& text);
+    // firstLines gets the line number (from 1) on which each record starts.
+    static QList<QStringList> splitRecords(const QString& text, QList<int>* firstLines = nullptr);
     // The contacts of a whole file text; the first record is the header and is passed over.
-    // Records with fewer than sixteen fields are passed over and counted in *skipped.
-    static QList<Contact> parse(const QString& text, int* skipped = nullptr);
+    // Records with fewer than sixteen fields are passed over, counted in *skipped and their first
+    // lines listed in *skippedLines.
+    static QList<Contact> parse(const QString& text, int* skipped = nullptr, QList<int>* skippedLines = nullptr);
 
     // Writes header and contacts; the file appears under its name only when complete.
     static bool write(const QString& path, const QList<Contact>& contacts);
     // Reads a file; false when it can't be opened.
-    static bool read(const QString& path, QList<Contact>* contacts, int* skipped = nullptr);
+    static bool read(const QString& path, QList<Contact>* contacts, int* skipped = nullptr,
+                     QList<int>* skippedLines = nullptr);
 
 private:
     static QString quoteField(const QString& field);

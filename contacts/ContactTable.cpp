@@ -15,9 +15,9 @@ QString ContactTable::faxNumber(const Contact& contact)
 
 bool ContactTable::matches(const Contact& contact, const QString& text)
 {
-    return contact.company.indexOf(text, 0, Qt::CaseSensitive) >= 0
-        || contact.businessFax.indexOf(text, 0, Qt::CaseSensitive) >= 0
-        || contact.represented.indexOf(text, 0, Qt::CaseSensitive) >= 0;
+    return contact.company.indexOf(text, 0, Qt::CaseInsensitive) >= 0
+        || contact.businessFax.indexOf(text, 0, Qt::CaseInsensitive) >= 0
+        || contact.represented.indexOf(text, 0, Qt::CaseInsensitive) >= 0;
 }
 
 void ContactTable::setup(QTableWidget* table, const QStringList& headers)

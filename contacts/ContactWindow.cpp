@@ -9,6 +9,7 @@
 #include "DatabaseManager.h"
 #include "DialogUtil.h"
 #include "LogUtil.h"
+#include "MessageBoxUtil.h"
 
 #include <QItemSelectionModel>
 #include <QSignalBlocker>
@@ -160,9 +161,14 @@ void ContactWindow::on_button_delete_clicked()
     if (row < 0 || row >= m_contacts.size())
         return;
     Contact contact = m_contacts.at(row);
+    if (MessageBoxUtil::question(this, tr("Velkor 消息"), tr("删除联系人“%1”吗？").arg(contact.represented),
+                                 QMessageBox::Warning)
+        != QMessageBox::Yes)
+        return;
     DatabaseManager db;
     if (!db.deleteContact(contact)) {
         LogUtil::w(QStringLiteral("deleting contact %1 failed").arg(contact.id));
+        MessageBoxUtil::warningMsg(this, tr("Velkor 消息"), tr("联系人删除失败"));
         return;
     }
     m_contacts.removeAt(row);
@@ -256,11 +262,24 @@ void ContactWindow::importFromCSV()
     if (path.isEmpty())
         return;
     QList<Contact> contacts;
-    if (!ContactCsv::read(path, &contacts))
+    QList<int> skippedLines;
+    if (!ContactCsv::read(path, &contacts, nullptr, &skippedLines)) {
+        MessageBoxUtil::warningMsg(this, tr("Velkor 消息"), tr("无法打开文件：%1").arg(path));
         return;
+    }
     DatabaseManager db;
-    const bool ok = db.addContactList(contacts);
-    LogUtil::d(QStringLiteral("success:") + (ok ? QStringLiteral("true") : QStringLiteral("false")));
+    if (!contacts.isEmpty() && !db.addContactList(contacts)) {
+        MessageBoxUtil::warningMsg(this, tr("Velkor 消息"), tr("联系人导入失败"));
+        return;
+    }
+    QString report = tr("已导入联系人：%1").arg(contacts.size());
+    if (!skippedLines.isEmpty()) {
+        QStringList numbers;
+        for (int line : skippedLines)
+            numbers << QString::number(line);
+        report += QLatin1Char('\n') + tr("以下行的字段不足 %1 个，已跳过：%2").arg(ContactCsv::FIELD_COUNT).arg(numbers.join(QStringLiteral(", ")));
+    }
+    MessageBoxUtil::infoMsg(this, tr("Velkor 消息"), report);
     // Imported contacts have no category: show all contacts again.
     {
         const QSignalBlocker blockSearch(ui->lineEdit);

@@ -14,6 +14,8 @@ inline const QString KEY_PASSWORD = QStringLiteral("password");
 inline const QString KEY_REMEMBER_PWD = QStringLiteral("rememberPwd");
 inline const QString KEY_AUTO_LOGIN = QStringLiteral("autoLogin");
 inline const QString KEY_GET_FAX_TIME = QStringLiteral("getFaxTime");
+// The language chosen last (0 English, 1 Chinese); missing on a first start, which is Chinese.
+inline const QString KEY_LANGUAGE = QStringLiteral("language");
 inline constexpr int DEFAULT_GET_FAX_TIME = 30;
 // The remote address service; an empty URL means the service is not asked.
 inline const QString KEY_ADDRESS_SERVICE_URL = QStringLiteral("addressServiceUrl");
@@ -26,6 +28,9 @@ inline const QString KEY_OCR_PROGRAM = QStringLiteral("ocrProgram");
 // the file (appended when absent). Empty means gedit where it is installed, else the
 // desktop's default opener (xdg-open).
 inline const QString KEY_LOG_VIEWER = QStringLiteral("logViewer");
+// Closing the main window hides it in the tray, where polling and status tracking go on;
+// off, closing ends the session.
+inline const QString KEY_MINIMIZE_TO_TRAY = QStringLiteral("minimizeToTray");
 
 // "UserConfig.ini" in the documents root.
 std::unique_ptr<QSettings> userConfig();

@@ -1,6 +1,7 @@
 #include "DatabaseManager.h"
 
 #include "ConnectionPool.h"
+#include "FaxStatus.h"
 #include "LogUtil.h"
 #include "MGlobal.h"
 
@@ -10,6 +11,11 @@
 #include <QVariant>
 
 namespace {
+
+// The options an upload sends, read back with every fax that may be uploaded again.
+#define SEND_OPTION_COLUMNS                                                                                           \
+    "f.quality , f.retryTime , f.planTime , f.stopTime , f.timeFrom , f.timeTo , f.disableHeader , "                   \
+    "f.disableDialPrefix"
 
 const char* const kContactColumns =
     "SELECT c.id ,  c.firstName , c.lastName , c.represented ,  c.company ,  c.department , c.job , c.businessFax , "
@@ -147,11 +153,34 @@ struct FaxColumns {
         productID = at("productID");
         maxTaskID = at("maxTaskID");
         represented = at("represented");
+        quality = at("quality");
+        retryTime = at("retryTime");
+        planTime = at("planTime");
+        stopTime = at("stopTime");
+        timeFrom = at("timeFrom");
+        timeTo = at("timeTo");
+        disableHeader = at("disableHeader");
+        disableDialPrefix = at("disableDialPrefix");
     }
     int id, status, taskID, pageSended, pageTotal, sender, receiver, time, serverID, cid, file, filepath, remark,
         issue, priority, dialTotal, dialAlready, tag, d_id, deviceName, devicePassword, serverName, localIP,
-        remoteIP, productID, maxTaskID, represented;
+        remoteIP, productID, maxTaskID, represented, quality, retryTime, planTime, stopTime, timeFrom, timeTo,
+        disableHeader, disableDialPrefix;
 };
+
+// The send options are kept as local clock text, the form of FAXES.time; unset is empty text.
+const QString OPTION_DATE_TIME = QStringLiteral("yyyy-MM-dd hh:mm:ss");
+const QString OPTION_TIME = QStringLiteral("hh:mm");
+
+QVariant optionText(const QDateTime& value)
+{
+    return text(value.isValid() ? value.toLocalTime().toString(OPTION_DATE_TIME) : QString());
+}
+
+QVariant optionText(const QTime& value)
+{
+    return text(value.isValid() ? value.toString(OPTION_TIME) : QString());
+}
 
 Fax readFax(const QSqlQuery& query, const FaxColumns& at)
 {
@@ -190,6 +219,20 @@ Fax readFax(const QSqlQuery& query, const FaxColumns& at)
     setText(at.remoteIP, fax.remoteIP);
     setText(at.productID, fax.productID);
     setText(at.maxTaskID, fax.maxTaskID);
+    setNumber(at.quality, fax.quality);
+    setNumber(at.retryTime, fax.retryTime);
+    if (at.planTime >= 0)
+        fax.dateTimePlan = QDateTime::fromString(query.value(at.planTime).toString(), OPTION_DATE_TIME);
+    if (at.stopTime >= 0)
+        fax.dateTimeStop = QDateTime::fromString(query.value(at.stopTime).toString(), OPTION_DATE_TIME);
+    if (at.timeFrom >= 0)
+        fax.timeFrom = QTime::fromString(query.value(at.timeFrom).toString(), OPTION_TIME);
+    if (at.timeTo >= 0)
+        fax.timeTo = QTime::fromString(query.value(at.timeTo).toString(), OPTION_TIME);
+    if (at.disableHeader >= 0)
+        fax.disableHeader = query.value(at.disableHeader).toBool();
+    if (at.disableDialPrefix >= 0)
+        fax.disabeDialPrefix = query.value(at.disableDialPrefix).toBool();
     return fax;
 }
 
@@ -376,6 +419,13 @@ bool uniqueReceivedFaxes(QSqlDatabase& db)
                                    "WHERE tag = 0 AND taskID > 0"));
 }
 
+// Sent faxes kept the options dialog's index (0 low .. 3 critical) as their priority; they
+// hold the FaxPriorityEnum value (1 .. 4) from now on, as the upload header and the outbox do.
+bool priorityAsEnum(QSqlDatabase& db)
+{
+    return exec(db, QStringLiteral("UPDATE FAXES SET priority = priority + 1 WHERE tag = 1 AND priority BETWEEN 0 AND 3"));
+}
+
 } // namespace
 
 // Each step after the first schema runs once, in order, in a transaction of its own;
@@ -384,7 +434,7 @@ bool uniqueReceivedFaxes(QSqlDatabase& db)
 int DatabaseManager::migrateSchema()
 {
     using Step = bool (*)(QSqlDatabase&);
-    const Step steps[] = {addSendOptionColumns, uniqueReceivedFaxes};
+    const Step steps[] = {addSendOptionColumns, uniqueReceivedFaxes, priorityAsEnum};
     const int latest = int(sizeof(steps) / sizeof(steps[0]));
 
     QSqlDatabase db = ConnectionPool::openConnection();
@@ -545,21 +595,39 @@ int DatabaseManager::insertFax(Fax& fax, int deviceId)
     if (!run(query,
              QStringLiteral("INSERT INTO FAXES (pageTotal, status , sender , receiver , remark , time , serverID , cid "
                             ", taskID , filepath, tag, priority, dialTotal, dialAlready , pageSended , isDelete , "
-                            "device_id) VALUES (?, ? , ? , ? , ? , ? , ? , ? , ? , ? , ? , ? , ? , ? , ?, ?, ?)"),
+                            "device_id, quality, retryTime, planTime, stopTime, timeFrom, timeTo, disableHeader, "
+                            "disableDialPrefix) VALUES (?, ? , ? , ? , ? , ? , ? , ? , ? , ? , ? , ? , ? , ? , ?, ?, ?, "
+                            "?, ?, ?, ?, ?, ?, ?, ?)"),
              {fax.pageTotal, fax.status, text(fax.sender), text(fax.receiver), text(fax.remark), text(fax.time),
               text(fax.serverID), text(fax.cid), fax.taskID, text(fax.filepath), fax.tag, fax.priority, fax.dialTotal,
-              fax.dialAlready, fax.pageSended, fax.isDelete, deviceId}))
+              fax.dialAlready, fax.pageSended, fax.isDelete, deviceId, fax.quality, fax.retryTime,
+              optionText(fax.dateTimePlan), optionText(fax.dateTimeStop), optionText(fax.timeFrom),
+              optionText(fax.timeTo), fax.disableHeader, fax.disabeDialPrefix}))
         return 0;
     return query.lastInsertId().toInt();
 }
 
-bool DatabaseManager::insertFaxes(const QList<Fax>& faxes, int deviceId)
+// Idempotent: a fax already stored for the device and task stays as it is, except a row that
+// stands for a fax not yet fetched, which becomes the fax. The rows and the mark go in one
+// transaction: a row that fails leaves the store and the mark as they were.
+bool DatabaseManager::insertFaxes(const QList<Fax>& faxes, int deviceId, const QString& mark)
 {
     const QString sql = QStringLiteral(
         "INSERT INTO FAXES(time , cid , file , taskID , sender ,  receiver , serverID , pageTotal , filepath , tag , "
         "remark , status, isDelete,  device_id) VALUES(:time , :cid , :file , :taskID , :sender ,  :receiver , "
-        ":serverID, :pageTotal , :filepath , :tag, :remark , :status , :isDelete, :device_id)");
-    return runEach(sql, faxes, [deviceId](QSqlQuery& query, const Fax& fax) {
+        ":serverID, :pageTotal , :filepath , :tag, :remark , :status , :isDelete, :device_id) "
+        "ON CONFLICT (device_id, taskID) WHERE tag = 0 AND taskID > 0 DO UPDATE SET time = excluded.time, "
+        "cid = excluded.cid, file = excluded.file, sender = excluded.sender, receiver = excluded.receiver, "
+        "serverID = excluded.serverID, pageTotal = excluded.pageTotal, filepath = excluded.filepath, "
+        "remark = excluded.remark, status = excluded.status WHERE FAXES.status = :failed AND excluded.status != "
+        ":failed");
+    QSqlDatabase db = ConnectionPool::openConnection();
+    if (!db.transaction())
+        return false;
+    QSqlQuery query(db);
+    bool ok = query.prepare(sql);
+    for (int i = 0; ok && i < faxes.size(); ++i) {
+        const Fax& fax = faxes.at(i);
         query.bindValue(QStringLiteral(":time"), text(fax.time));
         query.bindValue(QStringLiteral(":cid"), text(fax.cid));
         query.bindValue(QStringLiteral(":file"), text(fax.file));
@@ -574,12 +642,45 @@ bool DatabaseManager::insertFaxes(const QList<Fax>& faxes, int deviceId)
         query.bindValue(QStringLiteral(":status"), fax.status);
         query.bindValue(QStringLiteral(":isDelete"), fax.isDelete);
         query.bindValue(QStringLiteral(":device_id"), deviceId);
-    });
+        query.bindValue(QStringLiteral(":failed"), int(FaxStatus::RECV_FAX_FAILED));
+        ok = query.exec();
+    }
+    if (!ok)
+        logFailure(query);
+    query.finish();
+    if (ok && !mark.isNull()) {
+        QSqlQuery update(db);
+        ok = run(update, QStringLiteral("UPDATE DEVICES SET TaskID = ? WHERE id = ? AND user_id = ?"),
+                 {mark, deviceId, gUser.id});
+    }
+    if (ok && db.commit())
+        return true;
+    db.rollback();
+    return false;
 }
 
 void DatabaseManager::updateFaxTaskID(Fax& fax)
 {
     run(QStringLiteral("UPDATE FAXES SET taskID = ?  WHERE id = ?"), {fax.taskID, fax.id});
+}
+
+void DatabaseManager::updateFaxStatus(Fax& fax)
+{
+    run(QStringLiteral("UPDATE FAXES SET status = ?  WHERE id = ?"), {fax.status, fax.id});
+}
+
+int DatabaseManager::recoverStrandedUploads()
+{
+    // A row still in the queue (5) was never handed to the device; one whose upload was under
+    // way (4) may have reached it, so it is checked with the device before going out again.
+    QSqlQuery query(ConnectionPool::openConnection());
+    if (!run(query,
+             QStringLiteral("UPDATE FAXES SET status = CASE status WHEN ? THEN ? ELSE ? END WHERE tag = 1 AND "
+                            "taskID = 0 AND status IN (?, ?) AND device_id IN (SELECT id FROM DEVICES WHERE user_id = ?)"),
+             {FaxStatus::SEND_FAX_UPLOADING, FaxStatus::SEND_FAX_UPLOAD_UNKNOWN, FaxStatus::SEND_FAX_UNSEND,
+              FaxStatus::SEND_FAX_UPLOADING, FaxStatus::SEND_FAX_WAITTING, gUser.id}))
+        return 0;
+    return query.numRowsAffected();
 }
 
 void DatabaseManager::updateFaxRemark(Fax& fax)
@@ -589,12 +690,12 @@ void DatabaseManager::updateFaxRemark(Fax& fax)
 
 void DatabaseManager::updateFaxReaded(Fax& fax)
 {
-    run(QStringLiteral("UPDATE FAXES SET status = ?  WHERE id = ?"), {fax.status, fax.id});
+    updateFaxStatus(fax);
 }
 
 void DatabaseManager::updateUploadFaxFailed(Fax& fax)
 {
-    run(QStringLiteral("UPDATE FAXES SET status = ?  WHERE id = ?"), {fax.status, fax.id});
+    updateFaxStatus(fax);
 }
 
 void DatabaseManager::updateSendFax(Fax& fax)
@@ -650,9 +751,9 @@ QList<Fax> DatabaseManager::queryReceiveFaxes()
     return queryFaxes(QStringLiteral(
         "SELECT f.id ,  f.status ,  f.taskID , f.pageTotal ,  f.sender  , f.receiver , f.time , f.serverID , f.cid , "
         "f.file ,  f.filepath , f.tag ,  f.remark ,c.represented FROM FAXES as f LEFT JOIN Devices as d ON "
-        "f.device_id = d.id LEFT JOIN CONTACTS as c ON f.cId = c.businessFax OR f.cId = c.houseFax OR f.cId = "
-        "c.otherFax LEFT JOIN USERS u ON d.user_id = u.id WHERE u.id = ? AND tag = 0 AND isDelete = 0 ORDER BY time "
-        "desc"),
+        "f.device_id = d.id LEFT JOIN CONTACTS as c ON f.cId != '' AND (f.cId = c.businessFax OR f.cId = "
+        "c.houseFax OR f.cId = c.otherFax) LEFT JOIN USERS u ON d.user_id = u.id WHERE u.id = ? AND tag = 0 AND "
+        "isDelete = 0 ORDER BY time desc"),
         Represented::ReplacesSender);
 }
 
@@ -661,7 +762,7 @@ QList<Fax> DatabaseManager::querySendFaxes()
     return queryFaxes(QStringLiteral(
         "SELECT f.id , f.status , f.taskID , f.pageSended ,   f.pageTotal ,  f.sender  , f.receiver , f.time , "
         "f.serverID , f.cid , f.file ,  f.filepath  , f.remark  , f.issue , f.priority , f.dialTotal , f.dialAlready  "
-        ", f.tag , c.represented FROM FAXES as f LEFT JOIN Devices as d ON f.device_id = d.id LEFT JOIN CONTACTS as c "
+        ", f.tag , c.represented , " SEND_OPTION_COLUMNS " FROM FAXES as f LEFT JOIN Devices as d ON f.device_id = d.id LEFT JOIN CONTACTS as c "
         "ON f.cId = c.businessFax OR f.cId = c.houseFax OR f.cId = c.otherFax LEFT JOIN USERS u ON d.user_id = u.id "
         "WHERE u.id = ? AND tag = 1 AND isDelete = 0 ORDER BY time desc"),
         Represented::FillsEmptyReceiver);
@@ -679,11 +780,20 @@ QList<Fax> DatabaseManager::queryUploadingFax()
 {
     return queryFaxes(QStringLiteral(
         "SELECT f.id , f.status , f.taskID , f.pageSended ,   f.pageTotal ,  f.sender  , f.time , f.serverID , f.cid "
-        ", f.file ,  f.filepath  , f.remark  , f.issue , f.priority , f.dialTotal , f.dialAlready  , f.tag , d.id as "
-        "d_id , d.deviceName , d.devicePassword , d.serverName , d.localIP , d.remoteIP , d.productID , d.taskID as "
+        ", f.file ,  f.filepath  , f.remark  , f.issue , f.priority , f.dialTotal , f.dialAlready  , f.tag , " SEND_OPTION_COLUMNS
+        " , d.id as d_id , d.deviceName , d.devicePassword , d.serverName , d.localIP , d.remoteIP , d.productID , d.taskID as "
         "maxTaskID FROM FAXES as f LEFT JOIN Devices as d ON f.device_id = d.id  LEFT JOIN USERS u ON d.user_id = "
         "u.id WHERE u.id = ? AND tag = 1 AND isDelete = 0 AND f.taskId != 0 AND f.status != 1 AND f.status != 2 ORDER "
         "BY time desc"));
+}
+
+// The tray's watch: the unread received faxes, newest last, without the contact join.
+QList<Fax> DatabaseManager::queryUnreadFaxes()
+{
+    return queryFaxes(QStringLiteral(
+        "SELECT f.id , f.status , f.taskID , f.pageTotal , f.sender , f.time , f.serverID , f.cid , f.tag FROM FAXES "
+        "as f LEFT JOIN Devices as d ON f.device_id = d.id LEFT JOIN USERS u ON d.user_id = u.id WHERE u.id = ? AND "
+        "tag = 0 AND isDelete = 0 AND f.status = 11 ORDER BY f.id"));
 }
 
 // ---- Contacts ----

@@ -44,11 +44,18 @@ public:
 
     // Faxes
     int insertFax(Fax& fax, int deviceId);
-    bool insertFaxes(const QList<Fax>& faxes, int deviceId);
+    // Received faxes, and with a non-null mark the device's mark, all or nothing.
+    bool insertFaxes(const QList<Fax>& faxes, int deviceId, const QString& mark = QString());
     void updateFaxTaskID(Fax& fax);
     void updateFaxRemark(Fax& fax);
     void updateFaxReaded(Fax& fax);
     void updateUploadFaxFailed(Fax& fax);
+    // The status column alone.
+    void updateFaxStatus(Fax& fax);
+    // At the start of a session: the user's sent faxes without a task number that were left
+    // queued (5) become "等待上传" (3), those left uploading (4) "上传结果未知". Call it while no
+    // upload of the user runs. The number of rows changed.
+    int recoverStrandedUploads();
     void updateSendFax(Fax& fax);
     bool deleteFax(Fax& fax);
     bool deleteFaxList(QList<Fax>& faxes);
@@ -56,6 +63,7 @@ public:
     bool permanentlyDelete(Fax& fax);
     Fax queryFaxByTaskID(int taskID);
     QList<Fax> queryReceiveFaxes();
+    QList<Fax> queryUnreadFaxes();
     QList<Fax> querySendFaxes();
     QList<Fax> queryDeleteFaxes();
     QList<Fax> queryUploadingFax();

@@ -23,10 +23,10 @@ struct Fax
     QString cid;         // the other party's number
     QString filepath;    // local TIFF
     int tag = 0;         // 0 received, 1 sent
-    int priority = 0;    // FaxPriorityEnum
-    int quality = 0;     // FaxQualityEnum, memory only
+    int priority = 0;    // FaxPriorityEnum (1 low .. 4 critical)
+    int quality = 0;     // FaxQualityEnum
     int pageSended = 0;
-    int retryTime = 0;   // minutes, memory only
+    int retryTime = 0;   // minutes
     QString issue;
     int pagePercent = 0;   // live only
     int sendState = 0;     // SendFaxStateEnum, live only

@@ -8,7 +8,7 @@ struct FaxOption
 {
     int dialogTotal = 0;
     int retryTime = 0;
-    int priority = 0;
+    int priority = 0; // FaxPriorityEnum, as in Fax
     int quality = 0;
     bool disableHeader = false;
     bool disabeDialPrefix = false;

@@ -14,7 +14,7 @@ struct FaxPage
     QAdvancedPixmap advancedPixmap;
     QPixmap notePixmap;
     QPixmap pixmap;             // display copy
-    int pageKind = 0;           // 0 from a file or stored fax, 1 made in the editor
+    int pageKind = 0;           // 1 a cover made in the editor, 0 any other page
 };
 
 Q_DECLARE_METATYPE(FaxPage)

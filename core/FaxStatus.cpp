@@ -13,11 +13,13 @@ QString FaxStatus::statusText(int status)
     case SEND_FAX_SENDING: return QCoreApplication::translate("FaxStatus", "发送中");
     case SEND_FAX_STOPED: return QCoreApplication::translate("FaxStatus", "已停止");
     case SEND_FAX_PLAN: return QCoreApplication::translate("FaxStatus", "计划中");
+    case SEND_FAX_UPLOAD_UNKNOWN: return QCoreApplication::translate("FaxStatus", "上传结果未知");
     case RECV_FAX_UNREAD: return QCoreApplication::translate("FaxStatus", "未读");
     case RECV_FAX_READED: return QCoreApplication::translate("FaxStatus", "已读");
     case RECV_FAX_REPLYED: return QCoreApplication::translate("FaxStatus", "已回复");
     case RECV_FAX_FORWARDED: return QCoreApplication::translate("FaxStatus", "已转发");
     case RECV_FAX_PRINTED: return QCoreApplication::translate("FaxStatus", "已打印");
+    case RECV_FAX_FAILED: return QCoreApplication::translate("FaxStatus", "接收失败");
     default: return QString();
     }
 }

@@ -23,6 +23,10 @@ public:
         RECV_FAX_REPLYED = 13,
         RECV_FAX_FORWARDED = 14,
         RECV_FAX_PRINTED = 15,
+        RECV_FAX_FAILED = 16, // a received fax whose file could not be fetched yet
+        // The device may or may not hold the fax: its answer to the upload never came whole.
+        // Set by the client only, never by a device, so far from the device's own values.
+        SEND_FAX_UPLOAD_UNKNOWN = 201,
     };
     Q_ENUM(FaxStatusEnum)
 

@@ -23,10 +23,15 @@ QString TimeUtil::localTime2UTCTime(QString& text)
 
 QString TimeUtil::utcTime2LocalTime(QString& text)
 {
-    QDateTime utc = QDateTime::fromString(text, FORMAT);
+    // Read as UTC from the start: read as local time, a text in the hour that the clocks skip
+    // in spring would not be a valid time.
+    if (text.size() != FORMAT.size() || text.at(10) != QLatin1Char(' '))
+        return QString();
+    const QDateTime utc(QDate::fromString(text.left(10), QStringLiteral("yyyy-MM-dd")),
+                        QTime::fromString(text.mid(11), QStringLiteral("hh:mm:ss")), Qt::UTC);
     if (!utc.isValid())
         return QString();
-    return utcTime2LocalTime(utc).toString(FORMAT);
+    return utc.toLocalTime().toString(FORMAT);
 }
 
 QDateTime TimeUtil::utcTime2LocalTime(QDateTime value)

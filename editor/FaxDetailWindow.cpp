@@ -109,6 +109,9 @@ FaxDetailWindow::FaxDetailWindow(const Fax& fax, QWidget* parent)
     ui->listView->setResizeMode(QListView::Adjust);
     ui->listView->setEditTriggers(QAbstractItemView::NoEditTriggers);
     ui->listView->setSelectionMode(QAbstractItemView::SingleSelection);
+    // One current page: whatever moves the highlight (click, keys, code) shows that page.
+    connect(ui->listView->selectionModel(), &QItemSelectionModel::currentChanged, this,
+            &FaxDetailWindow::showPage);
     ui->splitter->setStretchFactor(1, 1);
     ui->splitter->setSizes({220, 880});
 
@@ -145,12 +148,16 @@ FaxDetailWindow::FaxDetailWindow(const Fax& fax, QWidget* parent)
 
     m_controller = new SendFaxController(this);
     connect(m_controller, &SendFaxController::returnFaxList, this, &FaxDetailWindow::handlerTransformFax);
+    connect(m_controller, &SendFaxController::jobFileFailed, this, &FaxDetailWindow::jobFileFailed);
 
     m_option = FaxOptionDialog::loadDefaults();
 
     ui->label_time_text->setText(fax.time);
-    ui->label_sender_text->setText(QStringLiteral("%1 <%2>").arg(fax.sender, fax.cid));
-    ui->label_receiver_text->setText(fax.receiver);
+    // cid is the other party's number: the sender's of a received fax, the recipient's of a sent one.
+    const QString party = QStringLiteral("%1 <%2>");
+    const bool sent = fax.tag == 1;
+    ui->label_sender_text->setText(sent ? fax.sender : party.arg(fax.sender, fax.cid));
+    ui->label_receiver_text->setText(sent ? party.arg(fax.receiver, fax.cid) : fax.receiver);
     ui->label_remark_text->setText(fax.remark);
     ui->edit_remark_2->setText(fax.remark);
     applyMode();
@@ -400,13 +407,16 @@ void FaxDetailWindow::selectRow(int row)
     const QModelIndex index = m_model->index(row, 0);
     if (!index.isValid())
         return;
-    ui->listView->setCurrentIndex(index);
-    on_listView_clicked(index);
+    if (ui->listView->currentIndex() == index)
+        showPage(index); // an edit of the row itself
+    else
+        ui->listView->setCurrentIndex(index);
 }
 
-void FaxDetailWindow::on_listView_clicked(const QModelIndex& index)
+void FaxDetailWindow::showPage(const QModelIndex& index)
 {
-    if (!index.isValid())
+    // Rows taken out while pages are moved or deleted move the highlight on their way.
+    if (!index.isValid() || m_rearranging)
         return;
     discardNotes();
     if (index.row() != currentPage) {
@@ -511,34 +521,41 @@ void FaxDetailWindow::nextPage()
         selectRow(currentPage + 1);
 }
 
+void FaxDetailWindow::movePage(int to)
+{
+    const int row = currentPage;
+    if (row < 0 || row >= m_model->rowCount() || to < 0 || to >= m_model->rowCount())
+        return;
+    m_rearranging = true;
+    m_model->insertRow(to, m_model->takeRow(row));
+    renumberPages();
+    m_rearranging = false;
+    // The same page, in its new place: no jump to its top.
+    currentPage = to;
+    selectRow(to);
+}
+
 void FaxDetailWindow::pageUp()
 {
-    const int row = ui->listView->currentIndex().row();
-    if (row <= 0)
-        return;
-    m_model->insertRow(row - 1, m_model->takeRow(row));
-    renumberPages();
-    selectRow(row - 1);
+    movePage(currentPage - 1);
 }
 
 void FaxDetailWindow::pageDown()
 {
-    const int row = ui->listView->currentIndex().row();
-    if (row < 0 || row >= m_model->rowCount() - 1)
-        return;
-    m_model->insertRow(row + 1, m_model->takeRow(row));
-    renumberPages();
-    selectRow(row + 1);
+    movePage(currentPage + 1);
 }
 
 void FaxDetailWindow::delete_page()
 {
     const int rows = m_model->rowCount();
-    const int row = ui->listView->currentIndex().isValid() ? ui->listView->currentIndex().row() : currentPage;
+    const int row = currentPage;
     if (rows < 2 || row < 0 || row >= rows)
         return;
+    m_rearranging = true;
     m_model->removeRow(row);
     renumberPages();
+    m_rearranging = false;
+    currentPage = -1; // the page shown is gone
     selectRow(qMin(row, m_model->rowCount() - 1));
 }
 
@@ -655,6 +672,11 @@ bool FaxDetailWindow::openPdf(const QString& path, bool& cancelled)
     return true;
 }
 
+void FaxDetailWindow::setRecipients(const QString& line)
+{
+    ui->edit_phone_2->setText(line);
+}
+
 void FaxDetailWindow::open_picture_file(QStringList files)
 {
     if (m_loading)
@@ -724,7 +746,9 @@ void FaxDetailWindow::split(QMouseEvent* event)
     FaxPage lower;
     lower.image = whole.copy(0, y, whole.width(), whole.height() - y);
     lower.pixmap = displayCopy(lower.image);
-    lower.pageKind = 1;
+    // A page of the document still: only a cover is made in the editor, and only a cover is
+    // replaced by the next one.
+    lower.pageKind = 0;
     auto* item = new QStandardItem;
     item->setData(QVariant::fromValue(lower), RECORD_ROLE);
     m_model->insertRow(row + 1, item);
@@ -984,6 +1008,23 @@ void FaxDetailWindow::selectDeviceSendFax(QList<Device> devices)
     emit m_controller->transformFaxPages(recipients, remark, faxPages, sources, m_option, devices);
 }
 
+bool FaxDetailWindow::hasUnsentWork() const
+{
+    return !m_handedOn && !m_sending && !ui->inputWidget->isHidden()
+        && (m_model->rowCount() > 0 || hasRecipient(ui->edit_phone_2->text()));
+}
+
+bool FaxDetailWindow::confirmDiscard()
+{
+    if (m_discardConfirmed || !hasUnsentWork())
+        return true;
+    m_discardConfirmed = MessageBoxUtil::question(this, tr("Velkor 消息"),
+                                                  tr("这份传真还没有发送，关闭后其页面和收件人将丢失。\n确定关闭吗？"),
+                                                  QMessageBox::Warning)
+        == QMessageBox::Yes;
+    return m_discardConfirmed;
+}
+
 void FaxDetailWindow::closeEvent(QCloseEvent* event)
 {
     // The faxes being assembled are stored already: the window waits, hidden, to hand them on.
@@ -992,12 +1033,40 @@ void FaxDetailWindow::closeEvent(QCloseEvent* event)
         event->ignore();
         return;
     }
+    if (!confirmDiscard()) {
+        event->ignore();
+        return;
+    }
     QMainWindow::closeEvent(event);
+}
+
+void FaxDetailWindow::jobFileFailed(QString& folder, QString& recipients)
+{
+    m_unwrittenFolders << folder;
+    m_unwrittenRecipients << recipients;
 }
 
 void FaxDetailWindow::handlerTransformFax(QList<Fax>& faxes)
 {
     m_sending = false;
+    if (!m_unwrittenFolders.isEmpty()) {
+        // The faxes that have their file go on; the window keeps the recipients left without
+        // one, so nothing is lost and nothing goes twice when the user sends again.
+        if (!faxes.isEmpty())
+            emit intent_to_sendbox(faxes);
+        const QString recipients = m_unwrittenRecipients.join(QLatin1Char(';'));
+        const QString folders = m_unwrittenFolders.join(QLatin1Char('\n'));
+        m_unwrittenFolders.clear();
+        m_unwrittenRecipients.clear();
+        ui->edit_phone_2->setText(recipients);
+        ui->action_send->setEnabled(true);
+        m_discardConfirmed = false;
+        show();
+        MessageBoxUtil::warningMsg(this, tr("Velkor 消息"),
+                                   tr("传真文件无法写入：\n%1\n发往以下收件人的传真没有生成：%2")
+                                       .arg(folders, recipients));
+        return;
+    }
     if (faxes.isEmpty()) {
         ui->action_send->setEnabled(true);
         if (!isVisible()) {
@@ -1007,6 +1076,7 @@ void FaxDetailWindow::handlerTransformFax(QList<Fax>& faxes)
         MessageBoxUtil::warningMsg(this, tr("Velkor 消息"), tr("传真没有生成，请检查收件人信息"));
         return;
     }
+    m_handedOn = true;
     emit intent_to_sendbox(faxes);
     close();
 }

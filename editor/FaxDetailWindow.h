@@ -50,6 +50,8 @@ public:
     void showReportImage(const QImage& image);
     // Appends the pages of TIFF, PDF and image files, in order, and selects the first page.
     void open_picture_file(QStringList files);
+    // Fills the recipient line ("name<number>;number;"), as the contact picker would.
+    void setRecipients(const QString& line);
 
     // The pages in list order, as they would be sent, every image decoded: meant for short
     // faxes and tests; the window itself goes page by page.
@@ -61,6 +63,10 @@ public:
     int pageDecodes() const;
     int currentRow() const;
     const FaxOption& faxOption() const;
+    // Pages or recipients composed here and not sent.
+    bool hasUnsentWork() const;
+    // Asks, when there is unsent work, whether it may go; true when the window may close.
+    bool confirmDiscard();
 
 signals:
     // The assembled faxes, for the outbox.
@@ -93,6 +99,7 @@ public slots:
 
     void showSelectContact(QList<Contact>& contacts);
     void handlerTransformFax(QList<Fax>& faxes);
+    void jobFileFailed(QString& folder, QString& recipients);
     void selectDeviceSendFax(QList<Device> devices);
     void addFaxPageToList(QImage& image);
     void selectSignSlot(QPixmap pixmap);
@@ -101,7 +108,8 @@ public slots:
     void sign(QMouseEvent* event);
 
 private slots:
-    void on_listView_clicked(const QModelIndex& index);
+    // Shows the page of the list's current row.
+    void showPage(const QModelIndex& index);
     void on_buttion_option_2_clicked();
     void on_button_select_contact_clicked();
     void burnTextNote(TextNoteWidget* note);
@@ -132,6 +140,8 @@ private:
     // pageIndex of every row is its row; the list follows the model.
     void renumberPages();
     void selectRow(int row);
+    // Moves the current page to row to; it stays current and shown.
+    void movePage(int to);
     void updateNavigation();
     void addViewActions();
     // Shows the current image at the current zoom, or fitted to the view before any zoom.
@@ -168,5 +178,10 @@ private:
     QAction* m_printAction = nullptr;
     SendFaxController* m_controller = nullptr;
     bool m_loading = false;
+    bool m_rearranging = false;
     bool m_sending = false;
+    bool m_handedOn = false;         // the job went to the outbox
+    bool m_discardConfirmed = false; // the user agreed to drop the unsent work
+    QStringList m_unwrittenFolders;  // of the job under way: files that could not be written
+    QStringList m_unwrittenRecipients;
 };

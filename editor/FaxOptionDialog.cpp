@@ -2,6 +2,7 @@
 #include "ui_FaxOptionDialog.h"
 
 #include "AppSettings.h"
+#include "FaxStatus.h"
 
 namespace {
 const QString KEY_DIAL_TOTAL = QStringLiteral("/SendFaxOptions/DialTotal");
@@ -10,6 +11,19 @@ const QString KEY_DISABLE_HEADER = QStringLiteral("/SendFaxOptions/DisablePageHe
 const QString KEY_DISABLE_PREFIX = QStringLiteral("/SendFaxOptions/DisableDialPrefix");
 const QString KEY_PRIORITY = QStringLiteral("/SendFaxOptions/TaskPriority");
 const QString KEY_QUALITY = QStringLiteral("/SendFaxOptions/TaskQuality");
+
+// The combo lists 低, 普通, 高, 紧急 in the order of FaxPriorityEnum from FAX_PRIORITY_LOW on.
+// Only the combo and the saved default hold its index; the job, FAXES, the upload header and
+// the outbox hold the enum value.
+int priorityOfIndex(int index)
+{
+    return qBound(0, index, 3) + FaxStatus::FAX_PRIORITY_LOW;
+}
+
+int indexOfPriority(int priority)
+{
+    return qBound(0, priority - FaxStatus::FAX_PRIORITY_LOW, 3);
+}
 }
 
 FaxOptionDialog::FaxOptionDialog(FaxOption& option, QWidget* parent)
@@ -17,9 +31,10 @@ FaxOptionDialog::FaxOptionDialog(FaxOption& option, QWidget* parent)
 {
     ui->setupUi(this);
 
-    // A plan time holds for one opening only.
-    ui->date_start_at->setDateTime(QDateTime::currentDateTime());
-    ui->check_start_at->setChecked(false);
+    // The dialog shows what the job holds; a schedule that is off starts from now.
+    ui->check_start_at->setChecked(option.planEnabled);
+    ui->date_start_at->setDateTime(option.planEnabled && option.dateTimePlan.isValid() ? option.dateTimePlan
+                                                                                       : QDateTime::currentDateTime());
 
     ui->check_cancal_fax_after->setChecked(option.stopEnabled);
     ui->date_cancel_fax_after->setDateTime(option.stopEnabled && option.dateTimeStop.isValid()
@@ -34,7 +49,7 @@ FaxOptionDialog::FaxOptionDialog(FaxOption& option, QWidget* parent)
 
     ui->spin_dialog_total->setValue(option.dialogTotal);
     ui->spin_retry_time->setValue(option.retryTime);
-    ui->combo_priority->setCurrentIndex(option.priority);
+    ui->combo_priority->setCurrentIndex(indexOfPriority(option.priority));
     ui->combo_fax_quality->setCurrentIndex(option.quality);
     ui->check_dis_header->setChecked(option.disableHeader);
     ui->check_dis_dial_prefix->setChecked(option.disabeDialPrefix);
@@ -57,7 +72,7 @@ FaxOption FaxOptionDialog::loadDefaults()
     option.retryTime = settings->value(KEY_RETRY_TIME, 1).toInt();
     option.disableHeader = settings->value(KEY_DISABLE_HEADER, false).toBool();
     option.disabeDialPrefix = settings->value(KEY_DISABLE_PREFIX, false).toBool();
-    option.priority = settings->value(KEY_PRIORITY, 2).toInt();
+    option.priority = priorityOfIndex(settings->value(KEY_PRIORITY, 2).toInt());
     option.quality = settings->value(KEY_QUALITY, 1).toInt();
     return option;
 }
@@ -69,7 +84,7 @@ void FaxOptionDialog::saveDefaults(const FaxOption& option)
     settings->setValue(KEY_RETRY_TIME, option.retryTime);
     settings->setValue(KEY_DISABLE_HEADER, option.disableHeader);
     settings->setValue(KEY_DISABLE_PREFIX, option.disabeDialPrefix);
-    settings->setValue(KEY_PRIORITY, option.priority);
+    settings->setValue(KEY_PRIORITY, indexOfPriority(option.priority));
     settings->setValue(KEY_QUALITY, option.quality);
     settings->sync();
 }
@@ -77,8 +92,8 @@ void FaxOptionDialog::saveDefaults(const FaxOption& option)
 void FaxOptionDialog::on_button_ok_clicked()
 {
     FaxOption option;
-    // The combo index is the value the device receives.
-    option.priority = ui->combo_priority->currentIndex();
+    option.priority = priorityOfIndex(ui->combo_priority->currentIndex());
+    // The quality combo's index is the value the device receives.
     option.quality = ui->combo_fax_quality->currentIndex();
     option.dialogTotal = ui->spin_dialog_total->value();
     option.retryTime = ui->spin_retry_time->value();

@@ -33,6 +33,7 @@ DeleteBoxWidget::DeleteBoxWidget(QWidget* parent)
     // A first start fits the columns to what they hold; later starts take the user's widths.
     ui->tableWidget->resizeColumnsToContents();
     FaxTable::restoreHeaderState(ui->tableWidget, HEADER_KEY);
+    FaxTable::fitHeaders(ui->tableWidget);
     createRightMenu();
 }
 
@@ -133,6 +134,7 @@ void DeleteBoxWidget::changeEvent(QEvent* event)
     if (event->type() == QEvent::LanguageChange && m_menu) {
         ui->retranslateUi(this);
         ui->tableWidget->setHorizontalHeaderLabels(headers());
+        FaxTable::fitHeaders(ui->tableWidget);
         m_actionRestore->setText(tr("还原"));
         m_actionDelete->setText(tr("删除"));
     }

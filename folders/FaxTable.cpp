@@ -28,6 +28,14 @@ void FaxTable::splitWithPreview(QSplitter* splitter)
     splitter->setSizes({ 800, 400 });
 }
 
+void FaxTable::fitHeaders(QTableWidget* table)
+{
+    QHeaderView* header = table->horizontalHeader();
+    for (int column = 0; column < table->columnCount(); ++column)
+        if (header->sectionSize(column) < header->sectionSizeHint(column))
+            header->resizeSection(column, header->sectionSizeHint(column));
+}
+
 void FaxTable::setRow(QTableWidget* table, int row, const QStringList& texts)
 {
     for (int column = 0; column < texts.size(); ++column)

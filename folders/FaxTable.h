@@ -20,6 +20,8 @@ public:
     static void setup(QTableWidget* table, const QStringList& headers, QHeaderView::ResizeMode mode);
     // The table beside its preview takes two thirds of the width.
     static void splitWithPreview(QSplitter* splitter);
+    // Widens every column too narrow for its header text (another language, an old saved width).
+    static void fitHeaders(QTableWidget* table);
     // Gives the row fresh items with these texts, one a column.
     static void setRow(QTableWidget* table, int row, const QStringList& texts);
     // The selected rows, highest first, so that removing them one by one shifts none still to come.

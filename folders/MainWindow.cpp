@@ -1,6 +1,7 @@
 #include "MainWindow.h"
 #include "ui_MainWindow.h"
 
+#include "AppSettings.h"
 #include "AutoOutputDialog.h"
 #include "BindDeviceDialog.h"
 #include "ContactWindow.h"
@@ -10,11 +11,13 @@
 #include "DeviceListWindow.h"
 #include "DialogUtil.h"
 #include "FaxDetailWindow.h"
+#include "FaxTray.h"
 #include "FaxPdfWriter.h"
 #include "FaxPrinter.h"
 #include "LogUtil.h"
 #include "MessageBoxUtil.h"
 #include "MyUDPTask.h"
+#include "PrintJobsDialog.h"
 #include "ReceiveBoxWidget.h"
 #include "SelectLanguageDialog.h"
 #include "SendBoxWidget.h"
@@ -23,12 +26,14 @@
 #include "SignatureLibDialog.h"
 #include "TiffUtil.h"
 
+#include <QCloseEvent>
 #include <QCoreApplication>
 #include <QEvent>
 #include <QFileInfo>
 #include <QLabel>
 #include <QStandardPaths>
 #include <QStyle>
+#include <QTimer>
 
 namespace {
 
@@ -49,6 +54,10 @@ MainWindow::MainWindow(QWidget* parent)
 {
     ui->setupUi(this);
     setAttribute(Qt::WA_DeleteOnClose);
+    // A session starts here, before any upload of the user: faxes an ended session left
+    // queued or uploading are put where "开始上传" can take them.
+    if (DatabaseManager().recoverStrandedUploads() > 0)
+        m_sendBox->reacquire();
 
     // Page 0 the inbox, 1 the outbox, 2 the deleted items: the order of the tree's items.
     ui->stackedWidget->addWidget(m_receiveBox);
@@ -96,6 +105,15 @@ MainWindow::MainWindow(QWidget* parent)
     // Keeps the LAN addresses of the bound devices current while the window lives.
     m_udpTask = new MyUDPTask;
     m_udpTask->start(QThread::InheritPriority);
+
+    m_tray = new FaxTray(this);
+    connect(m_tray, &FaxTray::newFaxRequested, this, &MainWindow::choose_file_send);
+    connect(m_tray, &FaxTray::inboxRequested, this, &MainWindow::showInbox);
+    connect(m_tray, &FaxTray::quitRequested, this, &MainWindow::quitApp);
+    connect(m_receiveBox, &ReceiveBoxWidget::showReceiveFaxTips, m_tray, &FaxTray::refresh);
+    connect(ui->action_print_jobs, &QAction::triggered, this, &MainWindow::showPrintJobs);
+    // Documents printed while nobody was logged in wait for this login.
+    QTimer::singleShot(0, this, &MainWindow::openPrintJobs);
 }
 
 MainWindow::~MainWindow()
@@ -232,8 +250,7 @@ void MainWindow::choose_file_send()
         return;
     Fax fax;
     fax.editorMode = FaxDetailWindow::MODE_REPLY; // a new fax is composed like a reply
-    auto* window = new FaxDetailWindow(fax);
-    connect(window, &FaxDetailWindow::intent_to_sendbox, this, &MainWindow::switch_sendbox);
+    auto* window = newEditor(fax);
     window->open_picture_file(files);
     window->show();
 }
@@ -241,9 +258,58 @@ void MainWindow::choose_file_send()
 void MainWindow::openEditor(Fax fax, int mode)
 {
     fax.editorMode = mode;
+    newEditor(fax)->show();
+}
+
+FaxDetailWindow* MainWindow::newEditor(const Fax& fax)
+{
+    // Editors are top-level windows of their own, but they belong to this session: it ends
+    // them (see mayEndSession), so no job is sent from a window without an outbox.
     auto* window = new FaxDetailWindow(fax);
     connect(window, &FaxDetailWindow::intent_to_sendbox, this, &MainWindow::switch_sendbox);
-    window->show();
+    m_editors.removeAll(nullptr);
+    m_editors << window;
+    return window;
+}
+
+bool MainWindow::mayEndSession()
+{
+    if (m_ending)
+        return true;
+    for (const QPointer<FaxDetailWindow>& editor : qAsConst(m_editors))
+        if (editor && !editor->confirmDiscard())
+            return false;
+    const int uploads = m_sendBox->uploadsUnderWay();
+    if (uploads > 0
+        && MessageBoxUtil::question(this, tr("Velkor 消息"),
+                                    tr("还有%1份传真没有上传完。现在结束，它们将停在“等待上传”，"
+                                       "下次登录后可用“开始上传”发送。\n确定结束吗？")
+                                        .arg(uploads))
+            != QMessageBox::Yes)
+        return false;
+    m_ending = true;
+    // Deleting an editor waits for a job it is still assembling, so its rows are stored
+    // before the next session starts and finds them.
+    for (const QPointer<FaxDetailWindow>& editor : qAsConst(m_editors))
+        delete editor.data();
+    m_editors.clear();
+    return true;
+}
+
+void MainWindow::closeEvent(QCloseEvent* event)
+{
+    // With the tray option on, closing hides the window and the session goes on in the tray.
+    if (!m_ending && m_tray->isShown()
+        && AppSettings::userConfig()->value(AppSettings::KEY_MINIMIZE_TO_TRAY, false).toBool()) {
+        hide();
+        event->ignore();
+        return;
+    }
+    if (!mayEndSession()) {
+        event->ignore();
+        return;
+    }
+    QMainWindow::closeEvent(event);
 }
 
 void MainWindow::reply(Fax& fax)
@@ -265,7 +331,7 @@ void MainWindow::showReportWindow(QImage& image)
 {
     Fax fax;
     fax.editorMode = FaxDetailWindow::MODE_REPORT;
-    auto* window = new FaxDetailWindow(fax);
+    auto* window = newEditor(fax);
     window->showReportImage(image);
     window->show();
 }
@@ -443,20 +509,65 @@ void MainWindow::showAboutVelkorDialog()
 
 void MainWindow::quitApp()
 {
-    QCoreApplication::quit();
+    if (mayEndSession())
+        QCoreApplication::quit();
 }
 
 void MainWindow::switchUser()
 {
+    if (!mayEndSession())
+        return;
     stopDiscovery();
     // The login window shows before this one goes, so the program never stands without one.
     SessionWindows::showLoginWindow();
     close();
 }
 
+void MainWindow::showInbox()
+{
+    ui->treeWidget->setCurrentItem(ui->treeWidget->topLevelItem(PAGE_INBOX));
+    showPage(PAGE_INBOX);
+    if (isMinimized() || !isVisible())
+        showMaximized();
+    raise();
+    activateWindow();
+}
+
+void MainWindow::openPrintJobs()
+{
+    for (const PrintJob& job : PrintJobSpool::takeWaiting())
+        openPrintJob(job);
+}
+
+void MainWindow::openPrintJob(PrintJob job)
+{
+    Fax fax;
+    fax.editorMode = FaxDetailWindow::MODE_REPLY; // a new fax is composed like a reply
+    auto* window = newEditor(fax);
+    window->setObjectName(QStringLiteral("print_job_") + job.id);
+    // Handed to the outbox, the document has become a fax: it leaves the spool.
+    connect(window, &FaxDetailWindow::intent_to_sendbox, window, [job]() { PrintJobSpool::remove(job); });
+    window->setRecipients(job.recipients);
+    window->open_picture_file({job.pdfPath()});
+    if (!job.title.isEmpty())
+        window->setWindowTitle(job.title);
+    window->show();
+    PrintJobSpool::markOpened(job);
+}
+
+void MainWindow::showPrintJobs()
+{
+    auto* dialog = new PrintJobsDialog(this);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    connect(dialog, &PrintJobsDialog::openJob, this, &MainWindow::openPrintJob);
+    dialog->show();
+}
+
 void MainWindow::changeEvent(QEvent* event)
 {
-    if (event->type() == QEvent::LanguageChange)
+    if (event->type() == QEvent::LanguageChange) {
         ui->retranslateUi(this);
+        m_tray->retranslate();
+    }
     QMainWindow::changeEvent(event);
 }

@@ -3,6 +3,7 @@
 #include "DestopTip.h"
 #include "Device.h"
 #include "Fax.h"
+#include "PrintJobSpool.h"
 
 #include <QImage>
 #include <QList>
@@ -10,6 +11,8 @@
 #include <QPointer>
 
 class DeleteBoxWidget;
+class FaxDetailWindow;
+class FaxTray;
 
 class MyUDPTask;
 class QLabel;
@@ -39,11 +42,16 @@ public:
     DeleteBoxWidget* deleteBox() const { return m_deleteBox; }
     // The last new-fax notice, while it stands.
     DestopTip* lastTip() const { return m_tip; }
+    FaxTray* tray() const { return m_tray; }
 
     // The save name the user chose, with ".pdf" appended when it has no suffix.
     static QString pdfFileName(const QString& chosen);
 
 public slots:
+    // Opens an editor for each document printed to the "Velkor" queue that none has shown yet.
+    void openPrintJobs();
+    // Brings the window back (from the tray too) with the inbox shown.
+    void showInbox();
     void addDevice();
     void switchUser();
     void quitApp();
@@ -76,8 +84,13 @@ public slots:
 
     void on_treeWidget_itemClicked(QTreeWidgetItem* item, int column);
 
+    // Ends the session's editors and lets the session go, after asking about unsent work in
+    // an editor and uploads still under way; false when the user keeps the session.
+    bool mayEndSession();
+
 protected:
     void changeEvent(QEvent* event) override;
+    void closeEvent(QCloseEvent* event) override;
 
 private:
     void connectActions();
@@ -88,10 +101,13 @@ private:
     // Print, save and delete need a fax, reply and forward a fax of their own folders.
     void updateFaxActions();
     void openEditor(Fax fax, int mode);
+    FaxDetailWindow* newEditor(const Fax& fax);
     void printMethod(Fax& fax);
     void savePdf(Fax& fax);
     void showPage(int index);
     void stopDiscovery();
+    void openPrintJob(PrintJob job);
+    void showPrintJobs();
 
     Ui::MainWindow* ui;
     ReceiveBoxWidget* m_receiveBox;
@@ -102,4 +118,7 @@ private:
     QLabel* m_thirdLabel;
     MyUDPTask* m_udpTask = nullptr;
     QPointer<DestopTip> m_tip;
+    QList<QPointer<FaxDetailWindow>> m_editors;
+    bool m_ending = false;
+    FaxTray* m_tray;
 };

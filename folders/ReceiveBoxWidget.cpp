@@ -8,12 +8,14 @@
 #include "FaxRows.h"
 #include "FaxStatus.h"
 #include "FaxTable.h"
+#include "MessageBoxUtil.h"
 #include "OCRUtil.h"
 
 #include <QCursor>
 #include <QEvent>
 #include <QItemSelectionModel>
 #include <QMenu>
+#include <algorithm>
 
 namespace {
 const QString HEADER_KEY = QStringLiteral("receive_column_sort");
@@ -26,7 +28,7 @@ constexpr int COLUMN_REMARK = 5;
 QString statusWord(int status)
 {
     const bool shown = status == FaxStatus::SEND_FAX_FAILED || status == FaxStatus::SEND_FAX_SUCCESS
-        || (status >= FaxStatus::RECV_FAX_UNREAD && status <= FaxStatus::RECV_FAX_PRINTED);
+        || (status >= FaxStatus::RECV_FAX_UNREAD && status <= FaxStatus::RECV_FAX_FAILED);
     return shown ? FaxStatus::statusText(status) : QString();
 }
 }
@@ -57,6 +59,7 @@ ReceiveBoxWidget::ReceiveBoxWidget(QWidget* parent)
             &ReceiveBoxWidget::handleDownloadFaxInfoResult);
     connect(m_controller, &Controller::backgroundDownloadInfoFinish, this,
             &ReceiveBoxWidget::handleBackgroundDownloadInfoResult);
+    connect(m_controller, &Controller::storageFailed, this, &ReceiveBoxWidget::showStorageFailure);
 
     m_pollTimer.setObjectName(QStringLiteral("pollTimer"));
     m_pollTimer.setSingleShot(true);
@@ -117,13 +120,18 @@ void ReceiveBoxWidget::handleDownloadFaxInfoResult()
 }
 
 // The table is rebuilt from the database, not from the faxes in the signal; the notice counts
-// the faxes of this one poll.
+// the faxes of this one poll that arrived (not those shown as failed).
 void ReceiveBoxWidget::handleBackgroundDownloadInfoResult(QList<Fax>& newFaxes)
 {
+    const auto arrived = std::count_if(newFaxes.cbegin(), newFaxes.cend(),
+                                       [](const Fax& fax) { return fax.status != FaxStatus::RECV_FAX_FAILED; });
     if (!newFaxes.isEmpty()) {
         refill();
         emit statusShowProgress(QString());
-        QString tips = tr("收到%1份传真").arg(newFaxes.size());
+    }
+    if (arrived > 0) {
+        m_storageFailureShown = false; // stored again: a later failure is told anew
+        QString tips = tr("收到%1份传真").arg(arrived);
         emit showReceiveFaxTips(tips);
     }
     int seconds = AppSettings::userConfig()
@@ -165,7 +173,8 @@ void ReceiveBoxWidget::on_tableWidget_clicked(const QModelIndex& index)
 
 void ReceiveBoxWidget::on_tableWidget_doubleClicked(const QModelIndex& index)
 {
-    if (std::optional<Fax> fax = m_rows->faxAt(index.row()))
+    std::optional<Fax> fax = m_rows->faxAt(index.row());
+    if (fax && fax->status != FaxStatus::RECV_FAX_FAILED) // no file to open yet
         emit showFaxDetailWindow(*fax);
 }
 
@@ -175,6 +184,14 @@ void ReceiveBoxWidget::on_tableWidget_customContextMenuRequested(const QPoint& p
     if (row < 0)
         return;
     QMenu* menu = m_rows->newMenu();
+    const int status = m_faxes.at(row).status;
+    if (status == FaxStatus::RECV_FAX_FAILED) {
+        // Nothing to show, reply to or forward until the file has come.
+        menu->addAction(tr("重试"), this, &ReceiveBoxWidget::actionRetry);
+        menu->addAction(tr("删除"), this, &ReceiveBoxWidget::actionDelete);
+        menu->popup(QCursor::pos());
+        return;
+    }
     menu->addAction(tr("回复"), this, &ReceiveBoxWidget::actionReply);
     menu->addAction(tr("转发"), this, &ReceiveBoxWidget::actionForward);
     menu->addAction(tr("删除"), this, &ReceiveBoxWidget::actionDelete);
@@ -182,7 +199,6 @@ void ReceiveBoxWidget::on_tableWidget_customContextMenuRequested(const QPoint& p
     menu->addAction(tr("添加备注"), this, &ReceiveBoxWidget::actionRemark);
     menu->addAction(tr("保存为联系人"), this, &ReceiveBoxWidget::actionAddContact);
     menu->addAction(tr("OCR识别"), this, &ReceiveBoxWidget::actionOCR);
-    const int status = m_faxes.at(row).status;
     if (status == FaxStatus::RECV_FAX_UNREAD)
         menu->addAction(tr("标记为已读"), this, &ReceiveBoxWidget::actionMakeReaded);
     else if (status == FaxStatus::RECV_FAX_READED)
@@ -207,6 +223,28 @@ void ReceiveBoxWidget::actionDelete()
     QList<Fax> deleted = m_rows->deleteSelected();
     if (!deleted.isEmpty())
         emit deleteFax(deleted);
+}
+
+// The device's mark stays below a fax not fetched, so any run of its device asks for it again.
+void ReceiveBoxWidget::actionRetry()
+{
+    if (std::optional<Fax> fax = m_rows->currentFax()) {
+        Device device = DatabaseManager().queryDevice(fax->serverID);
+        if (device.id > 0)
+            downloadFaxInfo(device);
+    }
+}
+
+// Once, until faxes are stored again: every poll meets the same full disk.
+void ReceiveBoxWidget::showStorageFailure(QString folder)
+{
+    if (m_storageFailureShown)
+        return;
+    m_storageFailureShown = true;
+    MessageBoxUtil::warningMsg(this, tr("Velkor 消息"),
+                               tr("接收的传真无法保存到 %1：请检查磁盘空间和文件夹的写入权限。\n"
+                                  "传真仍保留在设备上，问题解决后会自动接收。")
+                                   .arg(folder));
 }
 
 void ReceiveBoxWidget::actionDistribute()

@@ -48,6 +48,8 @@ public slots:
     void actionForward();
     void actionDelete();
     void actionDistribute();
+    // Asks the fax's device again for a fax shown as failed.
+    void actionRetry();
     void actionRemark();
     void actionAddContact();
     void actionOCR();
@@ -76,6 +78,8 @@ private slots:
     void showProgress(QString text);
     void handleDownloadFaxInfoResult();
     void handleBackgroundDownloadInfoResult(QList<Fax>& newFaxes);
+    // Received faxes could not be written: the user is told once.
+    void showStorageFailure(QString folder);
 
 private:
     QStringList headers() const;
@@ -89,4 +93,5 @@ private:
     Controller* m_controller = nullptr;
     QTimer m_pollTimer;
     std::unique_ptr<FaxRows> m_rows;
+    bool m_storageFailureShown = false;
 };

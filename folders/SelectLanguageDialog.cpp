@@ -1,6 +1,7 @@
 #include "SelectLanguageDialog.h"
 #include "ui_SelectLanguageDialog.h"
 
+#include "AppSettings.h"
 #include "LogUtil.h"
 
 #include <QCoreApplication>
@@ -67,9 +68,16 @@ bool SelectLanguageDialog::switchLanguage(int index)
     return true;
 }
 
+void SelectLanguageDialog::applySavedLanguage()
+{
+    switchLanguage(AppSettings::userConfig()->value(AppSettings::KEY_LANGUAGE, 1).toInt() == 0 ? 0 : 1);
+}
+
 void SelectLanguageDialog::accept()
 {
-    switchLanguage(ui->combo_language->currentIndex());
+    const int index = ui->combo_language->currentIndex();
+    if (switchLanguage(index))
+        AppSettings::userConfig()->setValue(AppSettings::KEY_LANGUAGE, index);
     QDialog::accept();
 }
 

@@ -9,8 +9,8 @@ namespace Ui {
 class SelectLanguageDialog;
 }
 
-// Chooses the language of the running program: English (index 0) or Chinese (index 1). The
-// choice is not stored; every start begins in Chinese, the source language.
+// Chooses the language of the program: English (index 0) or Chinese (index 1). The choice is
+// kept in UserConfig.ini for the next start; a first start is in Chinese, the source language.
 class SelectLanguageDialog : public QDialog
 {
     Q_OBJECT
@@ -26,6 +26,8 @@ public:
     static bool switchLanguage(int index);
     // Only Qt's own texts (standard buttons, file and print dialogs): Chinese unless index is 0.
     static void switchQtLanguage(int index);
+    // At start, before the first window: the language chosen last.
+    static void applySavedLanguage();
 
     void accept() override;
 

@@ -8,6 +8,7 @@
 #include "FaxStatus.h"
 #include "FaxTable.h"
 #include "LogUtil.h"
+#include "MessageBoxUtil.h"
 #include "SendFaxController.h"
 #include "TiffUtil.h"
 #include "TimeUtil.h"
@@ -42,8 +43,10 @@ constexpr float THUMB_RATIO = float(THUMB_HEIGHT) / float(THUMB_WIDTH);
 // The outbox names the states of a sent fax; a received fax's state has no word here.
 QString statusWord(int status)
 {
-    return status >= FaxStatus::SEND_FAX_FAILED && status <= FaxStatus::SEND_FAX_PLAN ? FaxStatus::statusText(status)
-                                                                                     : QString();
+    return (status >= FaxStatus::SEND_FAX_FAILED && status <= FaxStatus::SEND_FAX_PLAN)
+            || status == FaxStatus::SEND_FAX_UPLOAD_UNKNOWN
+        ? FaxStatus::statusText(status)
+        : QString();
 }
 
 QString dialText(const Fax& fax)
@@ -68,11 +71,13 @@ SendBoxWidget::SendBoxWidget(QWidget* parent)
     setDefaultWidths();
     reacquire();
     FaxTable::restoreHeaderState(ui->tableWidget, HEADER_KEY);
+    FaxTable::fitHeaders(ui->tableWidget);
 
     m_controller = new SendFaxController(this);
     connect(m_controller, &SendFaxController::saveTaskID, this, &SendBoxWidget::updateFaxTaksId);
     connect(m_controller, &SendFaxController::updateFax, this, &SendBoxWidget::updateFaxInfo);
     connect(m_controller, &SendFaxController::uploadFaxFailed, this, &SendBoxWidget::updateUploadFaxFailed);
+    connect(m_controller, &SendFaxController::reUploadUnconfirmed, this, &SendBoxWidget::confirmReUpload);
 
     // The controller drops a tick while its previous round still runs, so a slow device does
     // not pile up rounds.
@@ -126,6 +131,7 @@ void SendBoxWidget::insertFaxToList(QList<Fax> faxes)
 {
     for (Fax& fax : faxes) {
         m_rows->prepend(fax);
+        m_uploading.insert(fax.id);
         emit m_controller->sendFax(fax);
     }
 }
@@ -156,17 +162,38 @@ void SendBoxWidget::updateFaxTaksId(Fax& fax)
     const int row = m_faxes.indexOf(fax);
     if (row < 0)
         return;
+    m_uploading.remove(fax.id);
     m_faxes[row].taskID = fax.taskID;
+    m_faxes[row].status = fax.status;
     ui->tableWidget->setItem(row, COLUMN_TASK, new QTableWidgetItem(QString::number(fax.taskID)));
+    ui->tableWidget->setItem(row, COLUMN_STATUS, new QTableWidgetItem(statusWord(fax.status)));
 }
 
 void SendBoxWidget::updateUploadFaxFailed(Fax& fax)
 {
+    m_uploading.remove(fax.id);
     const int row = m_faxes.indexOf(fax);
     if (row < 0)
         return;
-    m_faxes[row].status = FaxStatus::SEND_FAX_UNSEND;
-    ui->tableWidget->setItem(row, COLUMN_STATUS, new QTableWidgetItem(statusWord(FaxStatus::SEND_FAX_UNSEND)));
+    m_faxes[row].status = fax.status; // 3, or "上传结果未知" when the device may hold it
+    ui->tableWidget->setItem(row, COLUMN_STATUS, new QTableWidgetItem(statusWord(fax.status)));
+}
+
+void SendBoxWidget::confirmReUpload(Fax& fax)
+{
+    m_uploading.remove(fax.id);
+    const QString text = tr("无法查看设备的传真队列（此账号可能没有权限），不能确认发往 %1 的传真是否已在设备上。"
+                            "再次上传可能使对方收到两份。\n仍要再次上传吗？")
+                             .arg(fax.cid);
+    if (MessageBoxUtil::question(this, tr("Velkor 消息"), text) != QMessageBox::Yes)
+        return;
+    m_uploading.insert(fax.id);
+    emit m_controller->reUploadFax(fax, true);
+}
+
+int SendBoxWidget::uploadsUnderWay() const
+{
+    return m_uploading.size();
 }
 
 // One fax of a status round: the device's record, already in FAXES, shown in its row.
@@ -229,7 +256,7 @@ void SendBoxWidget::on_tableWidget_customContextMenuRequested(const QPoint& pos)
     QAction* stop = menu->addAction(tr("取消发送"), this, &SendBoxWidget::actionStopSend);
     stop->setEnabled(status == FaxStatus::SEND_FAX_WAITTING || status == FaxStatus::SEND_FAX_SENDING);
     QAction* upload = menu->addAction(tr("开始上传"), this, &SendBoxWidget::actionReUpload);
-    upload->setEnabled(status == FaxStatus::SEND_FAX_UNSEND);
+    upload->setEnabled(status == FaxStatus::SEND_FAX_UNSEND || status == FaxStatus::SEND_FAX_UPLOAD_UNKNOWN);
     menu->addAction(tr("保存为联系人"), this, &SendBoxWidget::actionAddContact);
     menu->addAction(tr("传真发送报告"), this, &SendBoxWidget::actionTransReport);
     menu->popup(QCursor::pos());
@@ -267,13 +294,17 @@ void SendBoxWidget::actionStopSend()
 }
 
 // Only a job whose upload failed is uploaded again; there is no automatic retry of an upload.
+// One the device may hold already is looked for there first.
 void SendBoxWidget::actionReUpload()
 {
     const int row = m_rows->currentRow();
-    if (row < 0 || m_faxes.at(row).status != FaxStatus::SEND_FAX_UNSEND)
+    if (row < 0 || m_uploading.contains(m_faxes.at(row).id))
         return;
     Fax fax = m_faxes.at(row);
-    emit m_controller->sendFax(fax);
+    if (fax.status != FaxStatus::SEND_FAX_UNSEND && fax.status != FaxStatus::SEND_FAX_UPLOAD_UNKNOWN)
+        return;
+    m_uploading.insert(fax.id);
+    emit m_controller->reUploadFax(fax, false);
 }
 
 void SendBoxWidget::actionDelete()
@@ -376,6 +407,7 @@ void SendBoxWidget::changeEvent(QEvent* event)
     if (event->type() == QEvent::LanguageChange) {
         ui->retranslateUi(this);
         ui->tableWidget->setHorizontalHeaderLabels(headers());
+        FaxTable::fitHeaders(ui->tableWidget);
         // Words and counts follow the language too; live progress returns with the next round.
         for (int row = 0; row < m_faxes.size(); ++row)
             setDatas(row, m_faxes[row]);

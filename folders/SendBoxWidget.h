@@ -6,6 +6,7 @@
 #include <QList>
 #include <QModelIndex>
 #include <QPair>
+#include <QSet>
 #include <QTimer>
 #include <QWidget>
 #include <memory>
@@ -38,6 +39,9 @@ public:
     void clearSelectItems();
     // A copy of the current row's fax; an empty Fax when no row is current.
     Fax getSelectItemPath();
+
+    // Uploads handed to the worker whose outcome has not come back yet.
+    int uploadsUnderWay() const;
 
     // The faxes the table shows, row by row.
     const QList<Fax>& faxes() const { return m_faxes; }
@@ -80,6 +84,8 @@ private slots:
     void updateFaxTaksId(Fax& fax);
     void updateFaxInfo(Fax& fax);
     void updateUploadFaxFailed(Fax& fax);
+    // The device's jobs could not be read: the user decides on a second upload.
+    void confirmReUpload(Fax& fax);
 
 private:
     QStringList headers() const;
@@ -90,6 +96,7 @@ private:
 
     Ui::SendBoxWidget* ui;
     QList<Fax> m_faxes;
+    QSet<int> m_uploading; // ids of faxes whose upload is queued or running
     QTimer m_statusTimer;
     SendFaxController* m_controller = nullptr;
     std::unique_ptr<FaxRows> m_rows;

@@ -15,6 +15,7 @@ SettingDialog::SettingDialog(QWidget* parent) : QDialog(parent), ui(new Ui::Sett
     ui->edit_ocr_program->setText(settings->value(AppSettings::KEY_OCR_PROGRAM).toString());
     ui->edit_log_viewer->setText(settings->value(AppSettings::KEY_LOG_VIEWER).toString());
     ui->edit_address_service->setText(settings->value(AppSettings::KEY_ADDRESS_SERVICE_URL).toString());
+    ui->check_minimize_to_tray->setChecked(settings->value(AppSettings::KEY_MINIMIZE_TO_TRAY, false).toBool());
 }
 
 SettingDialog::~SettingDialog()
@@ -29,6 +30,7 @@ void SettingDialog::accept()
     settings->setValue(AppSettings::KEY_OCR_PROGRAM, ui->edit_ocr_program->text().trimmed());
     settings->setValue(AppSettings::KEY_LOG_VIEWER, ui->edit_log_viewer->text().trimmed());
     settings->setValue(AppSettings::KEY_ADDRESS_SERVICE_URL, ui->edit_address_service->text().trimmed());
+    settings->setValue(AppSettings::KEY_MINIMIZE_TO_TRAY, ui->check_minimize_to_tray->isChecked());
     settings->sync();
     QDialog::accept();
 }

@@ -76,7 +76,7 @@ void BindDeviceDialog::bindDeviceSuccess(Device& device)
 
 void BindDeviceDialog::bindDeviceFail(QString& message)
 {
-    MessageBoxUtil::warningMsg(this, QStringLiteral("title"), message);
+    MessageBoxUtil::warningMsg(this, tr("Velkor 消息"), message);
 }
 
 void BindDeviceDialog::closeEvent(QCloseEvent* event)

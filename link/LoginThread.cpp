@@ -154,6 +154,20 @@ QByteArray LoginThread::readBlock(QTcpSocket* socket, int size, int timeoutMs)
     return block;
 }
 
+QList<QByteArray> LoginThread::readRecordList(QTcpSocket* socket, const QString& reply)
+{
+    QList<QByteArray> records;
+    const int amount = StringUtil::getValue(reply, QStringLiteral("AMOUNT")).toInt();
+    for (int i = 0; i < amount; ++i) {
+        socket->write(WireCodec::encode(QStringLiteral("R")));
+        const QByteArray block = readBlock(socket, RECORD_SIZE, DeviceProtocol::scaled(RECORD_WAIT_MS));
+        if (block.isEmpty())
+            break; // silent or gone: no record will follow
+        records << block;
+    }
+    return records;
+}
+
 QString LoginThread::exchange(QTcpSocket* socket, const QString& request, bool withMark, const QString& needed)
 {
     if (!socket)

@@ -3,6 +3,7 @@
 #include "Device.h"
 
 #include <QNetworkRequest>
+#include <QList>
 #include <QObject>
 #include <QPointer>
 #include <QString>
@@ -64,10 +65,17 @@ protected:
     // Reads a binary block of `size` bytes that may arrive in pieces; fewer bytes when the
     // device stays silent for timeoutMs in all or closes the connection first.
     static QByteArray readBlock(QTcpSocket* socket, int size, int timeoutMs);
+    // The records that follow a list reply (its AMOUNT), one ready token "R" for each. A block
+    // shorter than a record keeps its place; the list ends early when the device falls silent.
+    static QList<QByteArray> readRecordList(QTcpSocket* socket, const QString& reply);
     // Ends the operation's connection; the socket frees itself once it is closed.
     static void hangUp(QTcpSocket* socket);
     // Connects the socket's end to its own release.
     static void releaseOnDisconnect(QTcpSocket* socket);
+
+    static constexpr int RECORD_SIZE = 1024;
+    // How long a list waits for each of its records.
+    static constexpr int RECORD_WAIT_MS = 10000;
 
     int m_blockSize = 1200;
     QPointer<QTcpSocket> m_socket;

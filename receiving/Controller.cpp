@@ -18,6 +18,7 @@ Controller::Controller(QObject* parent) : QObject(parent)
     connect(worker, &ReceiveFaxThread::downloadFaxInfoResult, this, &Controller::handleDownloadFaxInfoResult);
     connect(worker, &ReceiveFaxThread::backgroundDownloadFaxInfoResult, this,
             &Controller::handleBackgroundDownloadFaxInfoResult);
+    connect(worker, &ReceiveFaxThread::storageFailed, this, &Controller::storageFailed);
     m_thread.start(QThread::InheritPriority);
 }
 

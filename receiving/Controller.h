@@ -29,6 +29,7 @@ signals:
     void showStrProgress(QString text);
     void mainHandleDownloadFaxInfoResult();
     void backgroundDownloadInfoFinish(QList<Fax>& faxes);
+    void storageFailed(QString folder);
 
 public slots:
     void showProgress(QString text);

@@ -3,6 +3,7 @@
 #include "DatabaseManager.h"
 #include "DeviceProtocol.h"
 #include "FaxExporter.h"
+#include "FaxStatus.h"
 #include "FileUtil.h"
 #include "LogUtil.h"
 #include "MGlobal.h"
@@ -36,7 +37,7 @@ struct StoredFaxes
         for (const Fax& fax : all) {
             if (!fax.filepath.isEmpty())
                 stored.paths.insert(QDir::cleanPath(fax.filepath));
-            if (fax.tag == 0)
+            if (fax.tag == 0 && fax.status != FaxStatus::RECV_FAX_FAILED)
                 stored.tasks.insert(qMakePair(fax.serverID, qint64(fax.taskID)));
         }
         return stored;
@@ -114,6 +115,14 @@ QString ReceiveFaxThread::devicePath(const QString& file)
 QString ReceiveFaxThread::downloadFaxFile(QString& svrId, QString& file, QString& localTime, int remaining,
                                           QTcpSocket* socket, const QSet<QString>& taken)
 {
+    QString path;
+    return fetchFile(svrId, file, localTime, remaining, socket, taken, &path) == Fetched ? path : QString();
+}
+
+ReceiveFaxThread::Outcome ReceiveFaxThread::fetchFile(const QString& svrId, const QString& file,
+                                                      const QString& localTime, int remaining, QTcpSocket* socket,
+                                                      const QSet<QString>& taken, QString* result)
+{
     const QString folder = faxFolder(svrId);
     QDir().mkpath(folder);
 
@@ -122,17 +131,19 @@ QString ReceiveFaxThread::downloadFaxFile(QString& svrId, QString& file, QString
     QString path = base + QStringLiteral(".tif");
     for (int n = 2; taken.contains(path); ++n)
         path = base + QStringLiteral(" (%1).tif").arg(n);
-    if (QFileInfo::exists(path))
-        return path; // complete: only a finished transfer ever gets this name
+    if (QFileInfo::exists(path)) {
+        *result = path; // complete: only a finished transfer ever gets this name
+        return Fetched;
+    }
 
     // The transfer goes to "<name>.part"; only a complete file is renamed to the final name.
     PartFile out(path);
     if (!out.open()) {
         LogUtil::w(QStringLiteral("cannot write fax file %1: %2").arg(path, out.errorString()));
-        return QString();
+        return NotWritten;
     }
     if (!socket)
-        return QString();
+        return Broken;
 
     const QString remotePath = devicePath(file);
     LogUtil::d(QStringLiteral("downloadFileName:") + remotePath);
@@ -146,7 +157,7 @@ QString ReceiveFaxThread::downloadFaxFile(QString& svrId, QString& file, QString
     const qint64 fileLen = tag(reply, "FILE_LEN").toLongLong(&ok);
     if (!ok || fileLen < 0) {
         LogUtil::w(QStringLiteral("no FILE_LEN for %1; the fax is fetched again later").arg(remotePath));
-        return QString();
+        return Broken;
     }
 
     // One "R" for each chunk. A wait that brings nothing (silent device, closed connection)
@@ -164,11 +175,11 @@ QString ReceiveFaxThread::downloadFaxFile(QString& svrId, QString& file, QString
                            .arg(remotePath)
                            .arg(received)
                            .arg(fileLen));
-            return QString();
+            return Broken;
         }
         if (!out.write(chunk)) {
             LogUtil::w(QStringLiteral("cannot write fax file %1: %2").arg(path, out.errorString()));
-            return QString();
+            return NotWritten;
         }
         received += chunk.size();
         const qint64 percent = fileLen > 0 ? received * 100 / fileLen : 0;
@@ -179,9 +190,10 @@ QString ReceiveFaxThread::downloadFaxFile(QString& svrId, QString& file, QString
 
     if (!out.finish()) {
         LogUtil::w(QStringLiteral("cannot store fax file %1: %2").arg(path, out.errorString()));
-        return QString();
+        return NotWritten;
     }
-    return path;
+    *result = path;
+    return Fetched;
 }
 
 QList<Fax> ReceiveFaxThread::retrieve(Device& device, int port, bool* reached)
@@ -194,11 +206,14 @@ QList<Fax> ReceiveFaxThread::retrieve(Device& device, int port, bool* reached)
         return fetched;
 
     qint64 task = qMax<qint64>(0, device.taskID.toLongLong()); // empty or not a number: 0
+    qint64 mark = task; // stays below the first fax not stored
+    bool passedOver = false;
+    int broken = 0;
     StoredFaxes stored;
     bool storedLoaded = false;
     QSet<QString> taken;
 
-    for (;;) {
+    while (socket) {
         const QString request = QStringLiteral("<ACTION>GET_NEW_FAX</ACTION><DATETIME>2001-01-01 00:00:00</DATETIME>"
                                                "<TASK>%1</TASK><USER>%2</USER>")
                                     .arg(QString::number(task), device.deviceName);
@@ -222,6 +237,7 @@ QList<Fax> ReceiveFaxThread::retrieve(Device& device, int port, bool* reached)
                            .arg(device.productID));
             break;
         }
+        task = itemTask;
 
         if (!storedLoaded) {
             stored = StoredFaxes::load();
@@ -229,51 +245,76 @@ QList<Fax> ReceiveFaxThread::retrieve(Device& device, int port, bool* reached)
             storedLoaded = true;
         }
         if (stored.tasks.contains(qMakePair(svrId, itemTask))) {
-            // Stored by a run whose mark did not get written: do not store it twice.
-            task = itemTask;
+            // Stored already: by a run whose mark did not get written, or after a fax before it failed.
+            if (!passedOver)
+                mark = itemTask;
             continue;
         }
 
-        QString localTime = TimeUtil::utcTime2LocalTime(time);
-        const QString path = downloadFaxFile(svrId, file, localTime, count, socket, taken);
-        if (path.isEmpty())
-            break; // the fax stays on the device; the next run asks for it again
-
         Fax fax;
-        fax.time = localTime;
+        fax.time = TimeUtil::utcTime2LocalTime(time);
         fax.serverID = svrId;
         fax.sender = tag(reply, "SENDER");
         fax.receiver = tag(reply, "RECEIVER");
         fax.file = file;
         fax.cid = tag(reply, "CID");
         fax.taskID = int(itemTask);
-        QString filePath = path;
-        fax.pageTotal = TiffUtil::getTiffPage(filePath);
-        fax.filepath = path;
         fax.tag = 0;
         fax.remark = tag(reply, "REMARK");
         fax.status = tag(reply, "STATUS_ID").toInt();
         fax.isDelete = 0;
-        fetched.append(fax);
-        taken.insert(path);
-        task = itemTask;
+
+        const QPair<int, qint64> key(device.id, itemTask);
+        QString path;
+        const Outcome outcome = fetchFile(svrId, file, fax.time, count, socket, taken, &path);
+        if (outcome == Fetched) {
+            fax.pageTotal = TiffUtil::getTiffPage(path);
+            fax.filepath = path;
+            fetched.append(fax);
+            taken.insert(path);
+            m_failedPolls.remove(key);
+            if (!passedOver)
+                mark = itemTask;
+            continue;
+        }
+
+        // The fax stays on the device and the mark below it: the next poll asks for it again.
+        passedOver = true;
+        if (++m_failedPolls[key] == FAILED_POLLS_SHOWN) {
+            fax.status = FaxStatus::RECV_FAX_FAILED; // shown in the inbox until the file comes
+            fetched.append(fax);
+        }
+        if (outcome == NotWritten) {
+            // Every later fax would go to the same folder.
+            emit storageFailed(faxFolder(svrId));
+            break;
+        }
+        // Where a transfer broke off, the connection is out of step: a new one goes on past it.
+        hangUp(socket);
+        socket = ++broken < BROKEN_PER_RUN ? login(device, port) : nullptr;
     }
     LogUtil::d(QStringLiteral("download complete"));
     hangUp(socket);
 
-    DatabaseManager db;
-    if (!db.insertFaxes(fetched, device.id)) {
+    if (!DatabaseManager().insertFaxes(fetched, device.id, QString::number(mark))) {
         // Files stay on disk and are found again without traffic; the mark stays put.
         LogUtil::w(QStringLiteral("received faxes of %1 could not be stored; asked for again at the next poll")
                        .arg(device.productID));
+        emit storageFailed(FileUtil::getDocumentPath());
+        for (const Fax& fax : fetched)
+            if (fax.status == FaxStatus::RECV_FAX_FAILED)
+                --m_failedPolls[qMakePair(device.id, qint64(fax.taskID))]; // shown after the next poll
         return QList<Fax>();
     }
-    device.taskID = QString::number(task);
-    db.updateDeviceMaxTaskID(device);
+    device.taskID = QString::number(mark);
     if (!fetched.isEmpty())
         LogUtil::i(QStringLiteral("%1 new fax(es) from %2").arg(fetched.size()).arg(device.productID));
 
-    FaxExporter::exportReceivedFaxes(fetched);
+    QList<Fax> files;
+    for (const Fax& fax : fetched)
+        if (fax.status != FaxStatus::RECV_FAX_FAILED)
+            files.append(fax);
+    FaxExporter::exportReceivedFaxes(files);
     return fetched;
 }
 

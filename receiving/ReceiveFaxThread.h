@@ -4,7 +4,9 @@
 #include "Fax.h"
 #include "LoginThread.h"
 
+#include <QHash>
 #include <QList>
+#include <QPair>
 #include <QSet>
 #include <QString>
 
@@ -14,9 +16,10 @@ class QTcpSocket;
 // file and records them in FAXES. Lives on the thread of its Controller.
 //
 // What keeps faxes from being lost or doubled: a file is written under a temporary name and
-// only a complete transfer gets the final name; a transfer that fails ends the device's run,
-// and only the faxes before it are stored; the mark moves only past what was stored, so the
-// next run asks again for the rest.
+// only a complete transfer gets the final name; a fax whose transfer fails is passed over and
+// the run goes on with the next one on a new connection; the rows of a run and the mark go
+// into the store together, and the mark never passes a fax not stored, so the next run asks
+// for it again. A fax stored already is neither fetched nor stored a second time.
 class ReceiveFaxThread : public LoginThread
 {
     Q_OBJECT
@@ -40,6 +43,10 @@ public:
 
     // Waits of a download, in milliseconds, before the test divisor.
     static constexpr int CHUNK_TIMEOUT_MS = 10000;
+    // After this many polls that could not fetch a fax, the inbox shows it as failed.
+    static constexpr int FAILED_POLLS_SHOWN = 3;
+    // Broken transfers after which a run ends: a device that breaks them all costs bounded time.
+    static constexpr int BROKEN_PER_RUN = 3;
 
 public slots:
     // Foreground run for one device; ends with downloadFaxInfoResult() unless the login fails.
@@ -53,8 +60,19 @@ signals:
     void showProgress(QString& text);
     void downloadFaxInfoResult();
     void backgroundDownloadFaxInfoResult(QList<Fax>& faxes);
+    // Received faxes could not be written to `folder`; they stay on the device.
+    void storageFailed(QString folder);
 
 private:
-    // The retrieval of one device; `reached` tells whether the login worked.
+    enum Outcome { Fetched, Broken, NotWritten };
+
+    // The retrieval of one device; `reached` tells whether the login worked. Returns the rows
+    // it stored, faxes shown as failed among them.
     QList<Fax> retrieve(Device& device, int port, bool* reached);
+    // downloadFaxFile, telling a transfer that broke off from a file that could not be written.
+    Outcome fetchFile(const QString& svrId, const QString& file, const QString& localTime, int remaining,
+                      QTcpSocket* socket, const QSet<QString>& taken, QString* result);
+
+    // Polls in a row that could not fetch a fax, by (device id, task).
+    QHash<QPair<int, qint64>, int> m_failedPolls;
 };

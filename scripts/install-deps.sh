@@ -11,6 +11,7 @@ PACKAGES=(
   python3 fonts-noto-cjk qttranslations5-l10n xvfb xauth ccache
   clang-14 libclang-rt-14-dev
   ghostscript time
+  desktop-file-utils appstream dpkg-dev file cups cups-client cups-filters
 )
 
 missing=()

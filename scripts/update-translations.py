@@ -14,6 +14,7 @@ resources/translations/glossary/*.tsv (one "source<TAB>English" a line, with
 """
 import glob
 import os
+import re
 import subprocess
 import sys
 import tempfile
@@ -74,6 +75,21 @@ def fill(ts_path, language, lookup):
     return missing
 
 
+# A message box whose title is a Chinese literal outside tr() stays Chinese in English.
+UNTRANSLATED_TITLE = re.compile(
+    r'MessageBoxUtil::\w+\(\s*[^,()]+,\s*QStringLiteral\("([^"]*[\u4e00-\u9fff][^"]*)"\)')
+
+
+def untranslated_titles():
+    found = []
+    for d in SOURCE_DIRS:
+        for path in sorted(glob.glob(os.path.join(ROOT, d, "*.cpp"))):
+            with open(path, encoding="utf-8") as f:
+                for match in UNTRANSLATED_TITLE.finditer(f.read()):
+                    found.append((os.path.relpath(path, ROOT), match.group(1)))
+    return found
+
+
 def main():
     check = "--check" in sys.argv[1:]
     glossary = load_glossary()
@@ -86,10 +102,13 @@ def main():
     fill(zh, "zh_CN", lambda s: s)
     for name, source in missing:
         print(f"no English for [{name}] {source!r}")
+    titles = untranslated_titles()
+    for path, title in titles:
+        print(f"message box title outside tr() in {path}: {title!r}")
     if check:
         count = sum(1 for _ in ET.parse(en).getroot().iter("message"))
         print(f"{count} strings, {len(missing)} without English")
-        return 1 if missing else 0
+        return 1 if missing or titles else 0
     return 0
 
 

@@ -162,6 +162,7 @@ bool FaxRecordUtil::readListRecord(const QByteArray& record, Fax& fax)
     // neighbour's bytes.
     fax.numberDialled = readUnits(record, NUMBER_DIALLED, (NUMBER - NUMBER_DIALLED) / 2);
     fax.cid = readUnits(record, NUMBER, (PAGE_TOTAL - NUMBER) / 2);
+    fax.pageTotal = readInt(record, PAGE_TOTAL);
     fax.dialTotal = readInt(record, DIAL_TOTAL);
     fax.dialAlready = readInt(record, DIAL_ALREADY);
     fax.time = readLocalTime(record, TIME);
@@ -172,4 +173,15 @@ bool FaxRecordUtil::readListRecord(const QByteArray& record, Fax& fax)
     fax.duration = readInt(record, DURATION);
     fax.line = readInt(record, LINE);
     return true;
+}
+
+QList<Fax> FaxRecordUtil::readListRecords(const QList<QByteArray>& records)
+{
+    QList<Fax> faxes;
+    for (const QByteArray& record : records) {
+        Fax fax;
+        readListRecord(record, fax);
+        faxes << fax;
+    }
+    return faxes;
 }

@@ -5,6 +5,7 @@
 #include <QByteArray>
 #include <QDate>
 #include <QDateTime>
+#include <QList>
 #include <QString>
 #include <QTime>
 
@@ -70,9 +71,11 @@ public:
     // Reads one record of the device's queue or history list: taskID, file (8 upper-case hex
     // digits), serverID (upper-case hex), status, priority, numberDialled (0x020), cid (the
     // other party's number, 0x060), dialTotal, dialAlready, time (local), receiver, sender,
-    // remark, trainingValue (the speed in bps), duration, line. False, and the fax untouched,
+    // pageTotal, remark, trainingValue (the speed in bps), duration, line. False, and the fax untouched,
     // when the record is shorter than SIZE.
     static bool readListRecord(const QByteArray& record, Fax& fax);
+    // One fax for each record, in order; a short record gives an empty fax in its place.
+    static QList<Fax> readListRecords(const QList<QByteArray>& records);
 
     // The record's UTC time at offset as local "yyyy-MM-dd hh:mm:ss"; empty when it holds no
     // date.

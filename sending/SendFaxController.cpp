@@ -24,6 +24,7 @@ SendFaxController::SendFaxController(QObject* parent)
     connect(this, &SendFaxController::transformFax, m_worker, &SendFaxThread::transfromFax);
     connect(this, &SendFaxController::transformFaxPages, m_worker, &SendFaxThread::transfromFaxPages);
     connect(this, &SendFaxController::sendFax, m_worker, &SendFaxThread::sendFax);
+    connect(this, &SendFaxController::reUploadFax, m_worker, &SendFaxThread::reUploadFax);
     connect(this, &SendFaxController::sendFaxPause, m_worker, &SendFaxThread::sendFaxPause);
     connect(this, &SendFaxController::sendFaxRetry, m_worker, &SendFaxThread::sendFaxRetry);
     // Status requests pass the tick gate first (same thread, direct).
@@ -34,6 +35,8 @@ SendFaxController::SendFaxController(QObject* parent)
     connect(m_worker, &SendFaxThread::returnTaskID, this, &SendFaxController::handleUploadFaxResult);
     connect(m_worker, &SendFaxThread::uploadFaxFailed, this, &SendFaxController::handleUploadFaxFailedResult);
     connect(m_worker, &SendFaxThread::updateFax, this, &SendFaxController::handleUpdateFaxResult);
+    connect(m_worker, &SendFaxThread::reUploadUnconfirmed, this, &SendFaxController::reUploadUnconfirmed);
+    connect(m_worker, &SendFaxThread::jobFileFailed, this, &SendFaxController::jobFileFailed);
     connect(m_worker, &SendFaxThread::updateSendFax, this, &SendFaxController::updateSendFax);
     connect(m_worker, &SendFaxThread::sendFaxPauseResult, this, &SendFaxController::sendFaxPauseResult);
     connect(m_worker, &SendFaxThread::sendFaxRetryResult, this, &SendFaxController::sendFaxRetryResult);

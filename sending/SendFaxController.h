@@ -33,6 +33,7 @@ signals:
     void transformFaxPages(QString& recipients, QString& remark, QList<FaxPage>& pages,
                            QList<FaxPageSource>& sources, FaxOption& option, QList<Device>& devices);
     void sendFax(Fax& fax);
+    void reUploadFax(Fax& fax, bool confirmed);
     // Status ticks: while one status query of this controller is queued or running, further
     // ticks are dropped, so a slow or dead device cannot make queries pile up.
     void getFaxStatus(Fax& fax);
@@ -44,6 +45,8 @@ signals:
     void returnFaxList(QList<Fax>& faxes);
     void saveTaskID(Fax& fax);
     void uploadFaxFailed(Fax& fax);
+    void reUploadUnconfirmed(Fax& fax);
+    void jobFileFailed(QString& folder, QString& recipients);
     void updateFax(Fax& fax);
     void updateSendFax(SendFax& info);
     void sendFaxPauseResult(QString& taskID, bool accepted);

@@ -132,9 +132,16 @@ void SendFaxThread::transfromFaxPages(QString& recipients, QString& remark, QLis
             continue; // a device without recipients gets no file
         const Device& device = devices.at(g);
         const QString folder = FileUtil::createDir(gUser.nickname + "/" + device.productID + "/FaxFile/");
-        // A file that could not be written leaves the path empty: the rows are still stored
-        // and their upload fails on opening, instead of picking up some other job's file.
         const QString path = writeJobFile(pages.size(), pageAt, folder, now);
+        if (path.isEmpty()) {
+            // No row for a fax without its file: nothing could ever upload it. The editor
+            // keeps these recipients and tells the user.
+            QString group = entries.mid(next, groups.at(g)).join(QLatin1Char(';'));
+            QString where = folder;
+            next += groups.at(g);
+            emit jobFileFailed(where, group);
+            continue;
+        }
 
         for (int i = 0; i < groups.at(g); ++i) {
             QString name;
@@ -179,18 +186,32 @@ void SendFaxThread::transfromFaxPages(QString& recipients, QString& remark, QLis
 
 // ---- Upload ----
 
-void SendFaxThread::failUpload(Fax& fax, const QString& why)
+void SendFaxThread::failUpload(Fax& fax, const QString& why, bool mayBeOnDevice)
 {
     LogUtil::w(QStringLiteral("upload of fax %1 failed: %2").arg(fax.id).arg(why));
-    fax.status = FaxStatus::SEND_FAX_UNSEND;
+    // Once the device may hold the fax, a failed later attempt does not clear the doubt.
+    if (mayBeOnDevice || fax.status != FaxStatus::SEND_FAX_UPLOAD_UNKNOWN)
+        fax.status = mayBeOnDevice ? FaxStatus::SEND_FAX_UPLOAD_UNKNOWN : FaxStatus::SEND_FAX_UNSEND;
     DatabaseManager db;
     db.updateUploadFaxFailed(fax);
     emit uploadFaxFailed(fax);
 }
 
-bool SendFaxThread::upload(
-    QTcpSocket* socket, const QByteArray& header, const QString& path, QString& finalReply, QString& why)
+void SendFaxThread::acceptUpload(Fax& fax, int taskID)
 {
+    // In the device's queue until the first poll says more.
+    fax.taskID = taskID;
+    fax.status = FaxStatus::SEND_FAX_WAITTING;
+    DatabaseManager store;
+    store.updateFaxTaskID(fax);
+    store.updateFaxStatus(fax);
+    emit returnTaskID(fax);
+}
+
+bool SendFaxThread::upload(QTcpSocket* socket, const QByteArray& header, const QString& path, QString& finalReply,
+                           QString& why, bool& delivered)
+{
+    delivered = false;
     // Read only: opening for writing would create a missing file and upload an empty fax.
     QFile file(path);
     if (path.isEmpty() || !file.open(QIODevice::ReadOnly)) {
@@ -213,6 +234,9 @@ bool SendFaxThread::upload(
     for (;;) {
         if (socket->bytesAvailable() == 0 && !socket->waitForReadyRead(wait)) {
             why = QStringLiteral("no answer after %1 of %2 bytes").arg(sent).arg(total);
+            // Late, not refused: the device may hold the whole fax. One that hung up on it
+            // has not taken it.
+            delivered = sent >= total && socket->state() == QAbstractSocket::ConnectedState;
             return false;
         }
         const QByteArray bytes = socket->readAll();
@@ -257,12 +281,19 @@ void SendFaxThread::sendFax(Fax& fax)
         failUpload(fax, QStringLiteral("no login"));
         return;
     }
+    // A row left "正在上传" by a program that ended meanwhile is checked with the device
+    // before it goes out again (DatabaseManager::recoverStrandedUploads).
+    Fax uploading = fax;
+    uploading.status = FaxStatus::SEND_FAX_UPLOADING;
+    db.updateFaxStatus(uploading);
+
     QString reply;
     QString why;
-    const bool answered = upload(socket, header, fax.filepath, reply, why);
+    bool delivered = false;
+    const bool answered = upload(socket, header, fax.filepath, reply, why, delivered);
     hangUp(socket);
     if (!answered) {
-        failUpload(fax, why);
+        failUpload(fax, why, delivered);
         return;
     }
 
@@ -271,17 +302,77 @@ void SendFaxThread::sendFax(Fax& fax)
         failUpload(fax, QStringLiteral("refused"));
         return;
     }
-    // Without a task number the fax can be neither followed nor stopped: it counts as not
-    // accepted and waits for the user's new upload.
+    // The device took the fax but gave no task number to follow it by: only its queue can
+    // tell which job it is, before any new upload.
     const int taskID = StringUtil::getValue(reply, QStringLiteral("TASKID")).toInt();
     if (taskID == 0) {
-        failUpload(fax, QStringLiteral("no TASKID"));
+        failUpload(fax, QStringLiteral("no TASKID"), true);
         return;
     }
-    fax.taskID = taskID;
-    DatabaseManager store;
-    store.updateFaxTaskID(fax);
-    emit returnTaskID(fax);
+    acceptUpload(fax, taskID);
+}
+
+SendFaxThread::DeviceCopy SendFaxThread::findOnDevice(Device& device, const Fax& fax, int& taskID)
+{
+    // Open jobs first, then those the device has finished since; each list on a login of its own.
+    QString from = QDateTime::fromString(fax.time, QStringLiteral("yyyy-MM-dd hh:mm:ss"))
+                             .addDays(-1)
+                             .toString(QStringLiteral("yyyy-MM-dd hh:mm:ss"));
+    const QStringList requests = {
+        QStringLiteral("<ACTION>GET_SEND_FAX_STATUS</ACTION><TASK_ID_LIST>all in queue</TASK_ID_LIST>"),
+        QStringLiteral("<ACTION>GET_SEND_FAX_STATUS</ACTION><TASK_ID_LIST>query history</TASK_ID_LIST>"
+                       "<QY_USER>%1</QY_USER><QY_DTBGN>%2</QY_DTBGN><QY_DTEND>%3</QY_DTEND><QY_TYPE>send</QY_TYPE>")
+            .arg(device.deviceName, TimeUtil::localTime2UTCTime(from),
+                 QDateTime::currentDateTimeUtc().addDays(1).toString(QStringLiteral("yyyy-MM-dd hh:mm:ss"))),
+    };
+    DatabaseManager db;
+    for (const QString& request : requests) {
+        QTcpSocket* socket = login(device, DeviceProtocol::PORT_COMMAND);
+        if (!socket)
+            return DeviceCopy::Unreachable;
+        const QString reply = exchange(socket, request);
+        if (feedback(reply) != QLatin1String("OK")) {
+            hangUp(socket);
+            LogUtil::w(QStringLiteral("the device does not list its jobs: %1").arg(reply));
+            return DeviceCopy::Unknown;
+        }
+        const QList<Fax> jobs = FaxRecordUtil::readListRecords(readRecordList(socket, reply));
+        hangUp(socket);
+        for (const Fax& job : jobs) {
+            // Same number and pages from this account, and no other fax of ours follows it.
+            if (job.taskID != 0 && job.cid == fax.cid && job.pageTotal == fax.pageTotal
+                && (job.sender.isEmpty() || job.sender == device.deviceName)
+                && db.queryFaxByTaskID(job.taskID).id == 0) {
+                taskID = job.taskID;
+                return DeviceCopy::Found;
+            }
+        }
+    }
+    return DeviceCopy::None;
+}
+
+void SendFaxThread::reUploadFax(Fax& fax, bool confirmed)
+{
+    if (fax.status == FaxStatus::SEND_FAX_UPLOAD_UNKNOWN && !confirmed) {
+        DatabaseManager db;
+        Device device = db.queryDevice(fax.serverID);
+        int taskID = 0;
+        switch (findOnDevice(device, fax, taskID)) {
+        case DeviceCopy::Found:
+            LogUtil::i(QStringLiteral("fax %1 is task %2 on the device").arg(fax.id).arg(taskID));
+            acceptUpload(fax, taskID);
+            return;
+        case DeviceCopy::Unknown:
+            emit reUploadUnconfirmed(fax);
+            return;
+        case DeviceCopy::Unreachable:
+            failUpload(fax, QStringLiteral("the device's jobs could not be read"));
+            return;
+        case DeviceCopy::None:
+            break;
+        }
+    }
+    sendFax(fax);
 }
 
 // ---- Status ----

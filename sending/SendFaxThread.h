@@ -41,6 +41,11 @@ public slots:
                            QList<FaxPageSource>& sources, FaxOption& option, QList<Device>& devices);
     // Uploads one assembled fax on port 3002: returnTaskID, or status 3 and uploadFaxFailed.
     void sendFax(Fax& fax);
+    // "开始上传" of a fax whose upload failed. One in "上传结果未知" is looked for on the device
+    // first: found there, it takes that job's task number (returnTaskID); not found, it is
+    // uploaded again; when the device's lists cannot be read, reUploadUnconfirmed asks for
+    // the user's word, and confirmed uploads it again without looking.
+    void reUploadFax(Fax& fax, bool confirmed);
     // Polls one fax; writes the record's fields into it and emits updateFax (FAXES untouched).
     void getFaxStatus(Fax& fax);
     // Polls every open fax of the user, writes FAXES and emits updateFax for each.
@@ -51,7 +56,12 @@ public slots:
 signals:
     void returnFaxList(QList<Fax>& faxes);
     void returnTaskID(Fax& fax);
+    // Status 3, or "上传结果未知" when the device may hold the fax.
     void uploadFaxFailed(Fax& fax);
+    // The device's lists could not be read: whether the fax is already there is not known.
+    void reUploadUnconfirmed(Fax& fax);
+    // A job's file could not be written in folder: no rows for these recipients (a recipient line).
+    void jobFileFailed(QString& folder, QString& recipients);
     void updateFax(Fax& fax);
     // Nothing emits it; live progress travels in updateFax.
     void updateSendFax(SendFax& info);
@@ -70,8 +80,16 @@ private:
     bool queryStatus(Device& device, Fax& fax, bool* reached = nullptr);
     // The upload itself once the header is built: true with the device's final reply text,
     // false with the reason.
-    bool upload(QTcpSocket* socket, const QByteArray& header, const QString& path, QString& finalReply, QString& why);
-    void failUpload(Fax& fax, const QString& why);
+    // delivered: every byte went out and the device is silent, so it may hold the fax.
+    bool upload(QTcpSocket* socket, const QByteArray& header, const QString& path, QString& finalReply, QString& why,
+                bool& delivered);
+    // Status 3, or "上传结果未知" when the device may hold the fax (or might from before).
+    void failUpload(Fax& fax, const QString& why, bool mayBeOnDevice = false);
+    void acceptUpload(Fax& fax, int taskID);
+    enum class DeviceCopy { Found, None, Unknown, Unreachable };
+    // Looks in the device's queue and send history for a job of this account with the fax's
+    // number and page count that no other local fax follows.
+    DeviceCopy findOnDevice(Device& device, const Fax& fax, int& taskID);
     // PAUSE / RETRY: one request, true when FEEDBACK equals expected.
     bool command(Device& device, const QString& request, const QString& logFormat, const QString& expected);
 };

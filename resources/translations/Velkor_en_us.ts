@@ -82,6 +82,18 @@
         <source>取消</source>
         <translation>Cancel</translation>
     </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor Message</translation>
+    </message>
+    <message>
+        <source>请至少填写联系人的姓名或一个号码</source>
+        <translation>Please enter at least a name or a number for the contact</translation>
+    </message>
+    <message>
+        <source>联系人保存失败</source>
+        <translation>The contact could not be saved</translation>
+    </message>
 </context>
 <context>
     <name>AutoOutputDialog</name>
@@ -182,6 +194,10 @@ Sent faxes: %2</translation>
     <message>
         <source>该设备已添加</source>
         <translation>This device has already been added</translation>
+    </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor Message</translation>
     </message>
     <message>
         <source>设备 %1（%2）添加成功，正在接收它的传真。</source>
@@ -321,6 +337,34 @@ Sent faxes: %2</translation>
         <source>打开</source>
         <translation>Open</translation>
     </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor Message</translation>
+    </message>
+    <message>
+        <source>删除联系人“%1”吗？</source>
+        <translation>Delete the contact "%1"?</translation>
+    </message>
+    <message>
+        <source>联系人删除失败</source>
+        <translation>The contact could not be deleted</translation>
+    </message>
+    <message>
+        <source>无法打开文件：%1</source>
+        <translation>Cannot open the file: %1</translation>
+    </message>
+    <message>
+        <source>联系人导入失败</source>
+        <translation>The contacts could not be imported</translation>
+    </message>
+    <message>
+        <source>已导入联系人：%1</source>
+        <translation>Contacts imported: %1</translation>
+    </message>
+    <message>
+        <source>以下行的字段不足 %1 个，已跳过：%2</source>
+        <translation>Lines with fewer than %1 fields were skipped: %2</translation>
+    </message>
 </context>
 <context>
     <name>CreateLocalAccountWidget</name>
@@ -367,6 +411,14 @@ Sent faxes: %2</translation>
     <message>
         <source>两次输入的密码不一致</source>
         <translation>Password incorrect. Please try again.</translation>
+    </message>
+    <message>
+        <source>请输入昵称</source>
+        <translation>Please enter a name</translation>
+    </message>
+    <message>
+        <source>账号创建失败</source>
+        <translation>The account could not be created</translation>
     </message>
 </context>
 <context>
@@ -486,6 +538,10 @@ Sent faxes: %2</translation>
         <source>无法打开日志查看程序，日志已保存在：%1</source>
         <translation>The log viewer could not be started. The log was saved to: %1</translation>
     </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor Message</translation>
+    </message>
 </context>
 <context>
     <name>DeviceManageWidget</name>
@@ -574,6 +630,10 @@ Sent faxes: %2</translation>
         <translation>The device was renamed</translation>
     </message>
     <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor Message</translation>
+    </message>
+    <message>
         <source>更改设备账号将删除本机保存的此设备的全部传真（共%1份，包括已删除的传真）。确定要更改吗？</source>
         <translation>Changing the device account removes all faxes of this device stored on this computer (%1 in all, deleted items included). Change the account?</translation>
     </message>
@@ -615,6 +675,10 @@ Sent faxes: %2</translation>
     <message>
         <source>修改公共SMTP设置失败</source>
         <translation>The public SMTP settings could not be changed.</translation>
+    </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor Message</translation>
     </message>
 </context>
 <context>
@@ -746,6 +810,10 @@ Sent faxes: %2</translation>
     <message>
         <source>设置服务器传真参数失败</source>
         <translation>Setting the fax parameters of the server failed</translation>
+    </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor Message</translation>
     </message>
 </context>
 <context>
@@ -915,6 +983,20 @@ Sent faxes: %2</translation>
     <message>
         <source>发送传真</source>
         <translation>Send Fax</translation>
+    </message>
+    <message>
+        <source>这份传真还没有发送，关闭后其页面和收件人将丢失。
+确定关闭吗？</source>
+        <translation>This fax has not been sent. Closing the window discards its pages and recipients.
+Close it anyway?</translation>
+    </message>
+    <message>
+        <source>传真文件无法写入：
+%1
+发往以下收件人的传真没有生成：%2</source>
+        <translation>The fax file could not be written:
+%1
+No fax was made for these recipients: %2</translation>
     </message>
     <message>
         <source>适合页面</source>
@@ -1126,6 +1208,10 @@ Sent faxes: %2</translation>
         <source>删除失败</source>
         <translation>Delete failed</translation>
     </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor Message</translation>
+    </message>
 </context>
 <context>
     <name>FaxOptionDialog</name>
@@ -1289,7 +1375,7 @@ Sent faxes: %2</translation>
     </message>
     <message>
         <source>拨号重试</source>
-        <translation>Dial attempt(s)</translation>
+        <translation>Dial attempts</translation>
     </message>
     <message>
         <source>发送时间</source>
@@ -1410,7 +1496,50 @@ Sent faxes: %2</translation>
     </message>
     <message>
         <source>已完成%1页%2%(共%3页)</source>
-        <translation>Page %1 done, %2% (of %3 pages)</translation>
+        <translation>Page %1 done, %2% (pages in all: %3)</translation>
+    </message>
+    <message>
+        <source>上传结果未知</source>
+        <translation>Upload result unknown</translation>
+    </message>
+    <message>
+        <source>接收失败</source>
+        <translation>Receive failed</translation>
+    </message>
+</context>
+<context>
+    <name>FaxTray</name>
+    <message>
+        <source>Velkor：没有未读传真</source>
+        <translation>Velkor: no unread faxes</translation>
+    </message>
+    <message>
+        <source>Velkor：未读传真 %1 份</source>
+        <translation>Velkor: unread faxes: %1</translation>
+    </message>
+    <message>
+        <source>新建传真</source>
+        <translation>New Fax</translation>
+    </message>
+    <message>
+        <source>收件箱</source>
+        <translation>Inbox</translation>
+    </message>
+    <message>
+        <source>退出</source>
+        <translation>Exit</translation>
+    </message>
+    <message>
+        <source>页数：%1</source>
+        <translation>Pages: %1</translation>
+    </message>
+    <message>
+        <source>来自 %1，页数：%2</source>
+        <translation>From %1, pages: %2</translation>
+    </message>
+    <message>
+        <source>新传真</source>
+        <translation>New fax</translation>
     </message>
 </context>
 <context>
@@ -1455,6 +1584,10 @@ Sent faxes: %2</translation>
         <source>此操作将影响当前用户工作数据,并且服务器将重新启动，您确定要继续吗?</source>
         <translation>This affects the work of current users and restarts the server. Do you want to continue?</translation>
     </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor Message</translation>
+    </message>
 </context>
 <context>
     <name>HighOptionWidget</name>
@@ -1477,6 +1610,10 @@ Sent faxes: %2</translation>
     <message>
         <source>修改高级参数设置失败</source>
         <translation>Changing the advanced parameters failed</translation>
+    </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor Message</translation>
     </message>
 </context>
 <context>
@@ -1702,6 +1839,16 @@ LAN address: %3  Internet address: %4</translation>
 The desktop client of a networked fax server.</translation>
     </message>
     <message>
+        <source>打印到传真的文档</source>
+        <translation>Documents printed to fax</translation>
+    </message>
+    <message>
+        <source>还有%1份传真没有上传完。现在结束，它们将停在“等待上传”，下次登录后可用“开始上传”发送。
+确定结束吗？</source>
+        <translation>Faxes not yet uploaded: %1. If you end now they stay "Waiting for upload" and can be sent with "Start Upload" after the next login.
+End anyway?</translation>
+    </message>
+    <message>
         <source>无法读取传真文件：%1</source>
         <translation>Cannot read the fax file: %1</translation>
     </message>
@@ -1726,7 +1873,7 @@ The desktop client of a networked fax server.</translation>
     </message>
     <message>
         <source>验证</source>
-        <translation>Verifying</translation>
+        <translation>Verify</translation>
     </message>
 </context>
 <context>
@@ -1849,6 +1996,10 @@ The desktop client of a networked fax server.</translation>
         <source>修改网咯参数设置失败</source>
         <translation>The network settings could not be changed.</translation>
     </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor Message</translation>
+    </message>
 </context>
 <context>
     <name>OCRDialog</name>
@@ -1870,6 +2021,37 @@ The desktop client of a networked fax server.</translation>
     <message>
         <source>无法启动OCR识别程序：%1</source>
         <translation>Could not start the OCR program: %1</translation>
+    </message>
+</context>
+<context>
+    <name>PrintJobsDialog</name>
+    <message>
+        <source>打开</source>
+        <translation>Open</translation>
+    </message>
+    <message>
+        <source>删除</source>
+        <translation>Delete</translation>
+    </message>
+    <message>
+        <source>打印到传真的文档</source>
+        <translation>Documents printed to fax</translation>
+    </message>
+    <message>
+        <source>(无标题)</source>
+        <translation>(untitled)</translation>
+    </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor Message</translation>
+    </message>
+    <message>
+        <source>删除打印的文档“%1”？</source>
+        <translation>Delete the printed document "%1"?</translation>
+    </message>
+    <message>
+        <source>无法删除 %1</source>
+        <translation>Cannot delete %1</translation>
     </message>
 </context>
 <context>
@@ -1911,7 +2093,7 @@ The desktop client of a networked fax server.</translation>
     </message>
     <message>
         <source>收到%1份传真</source>
-        <translation>%1 faxes received</translation>
+        <translation>Faxes received: %1</translation>
     </message>
     <message>
         <source>回复</source>
@@ -1948,6 +2130,20 @@ The desktop client of a networked fax server.</translation>
     <message>
         <source>标记为未读</source>
         <translation>Mark as Unread</translation>
+    </message>
+    <message>
+        <source>重试</source>
+        <translation>Retry</translation>
+    </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor Message</translation>
+    </message>
+    <message>
+        <source>接收的传真无法保存到 %1：请检查磁盘空间和文件夹的写入权限。
+传真仍保留在设备上，问题解决后会自动接收。</source>
+        <translation>Received faxes cannot be saved to %1: check the free disk space and the folder's write permission.
+The faxes stay on the device and are received once this is fixed.</translation>
     </message>
 </context>
 <context>
@@ -2034,7 +2230,7 @@ The desktop client of a networked fax server.</translation>
     <name>SendBoxWidget</name>
     <message>
         <source>%1次(%2次)</source>
-        <translation>%1 time(s) (%2)</translation>
+        <translation>Attempts: %1 (%2)</translation>
     </message>
     <message>
         <source>状态</source>
@@ -2062,7 +2258,7 @@ The desktop client of a networked fax server.</translation>
     </message>
     <message>
         <source>拨号重试</source>
-        <translation>Dial attempt(s)</translation>
+        <translation>Dial attempts</translation>
     </message>
     <message>
         <source>发送时间</source>
@@ -2082,7 +2278,7 @@ The desktop client of a networked fax server.</translation>
     </message>
     <message>
         <source>已完成%1页(共%2页)</source>
-        <translation>%1 page(s) done (%2 in all)</translation>
+        <translation>Pages done: %1 of %2</translation>
     </message>
     <message>
         <source>转发</source>
@@ -2158,7 +2354,7 @@ The desktop client of a networked fax server.</translation>
     </message>
     <message>
         <source>%1(共%2页)</source>
-        <translation>%1 (of %2 pages)</translation>
+        <translation>%1 (pages in all: %2)</translation>
     </message>
     <message>
         <source>结果:</source>
@@ -2167,6 +2363,16 @@ The desktop client of a networked fax server.</translation>
     <message>
         <source>成功</source>
         <translation>Success</translation>
+    </message>
+    <message>
+        <source>无法查看设备的传真队列（此账号可能没有权限），不能确认发往 %1 的传真是否已在设备上。再次上传可能使对方收到两份。
+仍要再次上传吗？</source>
+        <translation>The device's fax queue cannot be read (this account may not be allowed to), so it is not known whether the fax to %1 is already on the device. Uploading it again may deliver it twice.
+Upload it again anyway?</translation>
+    </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor Message</translation>
     </message>
 </context>
 <context>
@@ -2218,6 +2424,10 @@ The desktop client of a networked fax server.</translation>
     <message>
         <source>http(s)://... (空则不使用)</source>
         <translation>http(s)://... (empty: not used)</translation>
+    </message>
+    <message>
+        <source>关闭主窗口时最小化到托盘</source>
+        <translation>Minimize to the tray when the main window is closed</translation>
     </message>
 </context>
 <context>
@@ -2448,6 +2658,10 @@ The desktop client of a networked fax server.</translation>
         <source>服务器时间设置修改失败</source>
         <translation>The device time could not be changed.</translation>
     </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor Message</translation>
+    </message>
 </context>
 <context>
     <name>UserAccountWidget</name>
@@ -2574,6 +2788,10 @@ The desktop client of a networked fax server.</translation>
     <message>
         <source>用户信息修改成功</source>
         <translation>The user account was saved.</translation>
+    </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor Message</translation>
     </message>
     <message>
         <source>添加用户失败</source>

@@ -82,6 +82,18 @@
         <source>取消</source>
         <translation>取消</translation>
     </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor 消息</translation>
+    </message>
+    <message>
+        <source>请至少填写联系人的姓名或一个号码</source>
+        <translation>请至少填写联系人的姓名或一个号码</translation>
+    </message>
+    <message>
+        <source>联系人保存失败</source>
+        <translation>联系人保存失败</translation>
+    </message>
 </context>
 <context>
     <name>AutoOutputDialog</name>
@@ -182,6 +194,10 @@
     <message>
         <source>该设备已添加</source>
         <translation>该设备已添加</translation>
+    </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor 消息</translation>
     </message>
     <message>
         <source>设备 %1（%2）添加成功，正在接收它的传真。</source>
@@ -321,6 +337,34 @@
         <source>打开</source>
         <translation>打开</translation>
     </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor 消息</translation>
+    </message>
+    <message>
+        <source>删除联系人“%1”吗？</source>
+        <translation>删除联系人“%1”吗？</translation>
+    </message>
+    <message>
+        <source>联系人删除失败</source>
+        <translation>联系人删除失败</translation>
+    </message>
+    <message>
+        <source>无法打开文件：%1</source>
+        <translation>无法打开文件：%1</translation>
+    </message>
+    <message>
+        <source>联系人导入失败</source>
+        <translation>联系人导入失败</translation>
+    </message>
+    <message>
+        <source>已导入联系人：%1</source>
+        <translation>已导入联系人：%1</translation>
+    </message>
+    <message>
+        <source>以下行的字段不足 %1 个，已跳过：%2</source>
+        <translation>以下行的字段不足 %1 个，已跳过：%2</translation>
+    </message>
 </context>
 <context>
     <name>CreateLocalAccountWidget</name>
@@ -367,6 +411,14 @@
     <message>
         <source>两次输入的密码不一致</source>
         <translation>两次输入的密码不一致</translation>
+    </message>
+    <message>
+        <source>请输入昵称</source>
+        <translation>请输入昵称</translation>
+    </message>
+    <message>
+        <source>账号创建失败</source>
+        <translation>账号创建失败</translation>
     </message>
 </context>
 <context>
@@ -486,6 +538,10 @@
         <source>无法打开日志查看程序，日志已保存在：%1</source>
         <translation>无法打开日志查看程序，日志已保存在：%1</translation>
     </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor 消息</translation>
+    </message>
 </context>
 <context>
     <name>DeviceManageWidget</name>
@@ -574,6 +630,10 @@
         <translation>修改设备名称成功</translation>
     </message>
     <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor 消息</translation>
+    </message>
+    <message>
         <source>更改设备账号将删除本机保存的此设备的全部传真（共%1份，包括已删除的传真）。确定要更改吗？</source>
         <translation>更改设备账号将删除本机保存的此设备的全部传真（共%1份，包括已删除的传真）。确定要更改吗？</translation>
     </message>
@@ -615,6 +675,10 @@
     <message>
         <source>修改公共SMTP设置失败</source>
         <translation>修改公共SMTP设置失败</translation>
+    </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor 消息</translation>
     </message>
 </context>
 <context>
@@ -746,6 +810,10 @@
     <message>
         <source>设置服务器传真参数失败</source>
         <translation>设置服务器传真参数失败</translation>
+    </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor 消息</translation>
     </message>
 </context>
 <context>
@@ -915,6 +983,20 @@
     <message>
         <source>发送传真</source>
         <translation>发送传真</translation>
+    </message>
+    <message>
+        <source>这份传真还没有发送，关闭后其页面和收件人将丢失。
+确定关闭吗？</source>
+        <translation>这份传真还没有发送，关闭后其页面和收件人将丢失。
+确定关闭吗？</translation>
+    </message>
+    <message>
+        <source>传真文件无法写入：
+%1
+发往以下收件人的传真没有生成：%2</source>
+        <translation>传真文件无法写入：
+%1
+发往以下收件人的传真没有生成：%2</translation>
     </message>
     <message>
         <source>适合页面</source>
@@ -1125,6 +1207,10 @@
     <message>
         <source>删除失败</source>
         <translation>删除失败</translation>
+    </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor 消息</translation>
     </message>
 </context>
 <context>
@@ -1412,6 +1498,49 @@
         <source>已完成%1页%2%(共%3页)</source>
         <translation>已完成%1页%2%(共%3页)</translation>
     </message>
+    <message>
+        <source>上传结果未知</source>
+        <translation>上传结果未知</translation>
+    </message>
+    <message>
+        <source>接收失败</source>
+        <translation>接收失败</translation>
+    </message>
+</context>
+<context>
+    <name>FaxTray</name>
+    <message>
+        <source>Velkor：没有未读传真</source>
+        <translation>Velkor：没有未读传真</translation>
+    </message>
+    <message>
+        <source>Velkor：未读传真 %1 份</source>
+        <translation>Velkor：未读传真 %1 份</translation>
+    </message>
+    <message>
+        <source>新建传真</source>
+        <translation>新建传真</translation>
+    </message>
+    <message>
+        <source>收件箱</source>
+        <translation>收件箱</translation>
+    </message>
+    <message>
+        <source>退出</source>
+        <translation>退出</translation>
+    </message>
+    <message>
+        <source>页数：%1</source>
+        <translation>页数：%1</translation>
+    </message>
+    <message>
+        <source>来自 %1，页数：%2</source>
+        <translation>来自 %1，页数：%2</translation>
+    </message>
+    <message>
+        <source>新传真</source>
+        <translation>新传真</translation>
+    </message>
 </context>
 <context>
     <name>FirmwareUpgradeWidget</name>
@@ -1455,6 +1584,10 @@
         <source>此操作将影响当前用户工作数据,并且服务器将重新启动，您确定要继续吗?</source>
         <translation>此操作将影响当前用户工作数据,并且服务器将重新启动，您确定要继续吗?</translation>
     </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor 消息</translation>
+    </message>
 </context>
 <context>
     <name>HighOptionWidget</name>
@@ -1477,6 +1610,10 @@
     <message>
         <source>修改高级参数设置失败</source>
         <translation>修改高级参数设置失败</translation>
+    </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor 消息</translation>
     </message>
 </context>
 <context>
@@ -1702,6 +1839,16 @@
 网络传真服务器的桌面客户端。</translation>
     </message>
     <message>
+        <source>打印到传真的文档</source>
+        <translation>打印到传真的文档</translation>
+    </message>
+    <message>
+        <source>还有%1份传真没有上传完。现在结束，它们将停在“等待上传”，下次登录后可用“开始上传”发送。
+确定结束吗？</source>
+        <translation>还有%1份传真没有上传完。现在结束，它们将停在“等待上传”，下次登录后可用“开始上传”发送。
+确定结束吗？</translation>
+    </message>
+    <message>
         <source>无法读取传真文件：%1</source>
         <translation>无法读取传真文件：%1</translation>
     </message>
@@ -1849,6 +1996,10 @@
         <source>修改网咯参数设置失败</source>
         <translation>修改网咯参数设置失败</translation>
     </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor 消息</translation>
+    </message>
 </context>
 <context>
     <name>OCRDialog</name>
@@ -1870,6 +2021,37 @@
     <message>
         <source>无法启动OCR识别程序：%1</source>
         <translation>无法启动OCR识别程序：%1</translation>
+    </message>
+</context>
+<context>
+    <name>PrintJobsDialog</name>
+    <message>
+        <source>打开</source>
+        <translation>打开</translation>
+    </message>
+    <message>
+        <source>删除</source>
+        <translation>删除</translation>
+    </message>
+    <message>
+        <source>打印到传真的文档</source>
+        <translation>打印到传真的文档</translation>
+    </message>
+    <message>
+        <source>(无标题)</source>
+        <translation>(无标题)</translation>
+    </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor 消息</translation>
+    </message>
+    <message>
+        <source>删除打印的文档“%1”？</source>
+        <translation>删除打印的文档“%1”？</translation>
+    </message>
+    <message>
+        <source>无法删除 %1</source>
+        <translation>无法删除 %1</translation>
     </message>
 </context>
 <context>
@@ -1948,6 +2130,20 @@
     <message>
         <source>标记为未读</source>
         <translation>标记为未读</translation>
+    </message>
+    <message>
+        <source>重试</source>
+        <translation>重试</translation>
+    </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor 消息</translation>
+    </message>
+    <message>
+        <source>接收的传真无法保存到 %1：请检查磁盘空间和文件夹的写入权限。
+传真仍保留在设备上，问题解决后会自动接收。</source>
+        <translation>接收的传真无法保存到 %1：请检查磁盘空间和文件夹的写入权限。
+传真仍保留在设备上，问题解决后会自动接收。</translation>
     </message>
 </context>
 <context>
@@ -2168,6 +2364,16 @@
         <source>成功</source>
         <translation>成功</translation>
     </message>
+    <message>
+        <source>无法查看设备的传真队列（此账号可能没有权限），不能确认发往 %1 的传真是否已在设备上。再次上传可能使对方收到两份。
+仍要再次上传吗？</source>
+        <translation>无法查看设备的传真队列（此账号可能没有权限），不能确认发往 %1 的传真是否已在设备上。再次上传可能使对方收到两份。
+仍要再次上传吗？</translation>
+    </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor 消息</translation>
+    </message>
 </context>
 <context>
     <name>SettingDialog</name>
@@ -2218,6 +2424,10 @@
     <message>
         <source>http(s)://... (空则不使用)</source>
         <translation>http(s)://... (空则不使用)</translation>
+    </message>
+    <message>
+        <source>关闭主窗口时最小化到托盘</source>
+        <translation>关闭主窗口时最小化到托盘</translation>
     </message>
 </context>
 <context>
@@ -2448,6 +2658,10 @@
         <source>服务器时间设置修改失败</source>
         <translation>服务器时间设置修改失败</translation>
     </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor 消息</translation>
+    </message>
 </context>
 <context>
     <name>UserAccountWidget</name>
@@ -2574,6 +2788,10 @@
     <message>
         <source>用户信息修改成功</source>
         <translation>用户信息修改成功</translation>
+    </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor 消息</translation>
     </message>
     <message>
         <source>添加用户失败</source>

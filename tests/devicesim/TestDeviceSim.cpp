@@ -1,4 +1,5 @@
-// Raw-socket exchanges with the device stand-in. The wire is handled here with Qt's codecs
+// Raw-socket exchanges with the device stand-in (its faults are exercised through the
+// client's fault-injection matrix). The wire is handled here with Qt's codecs
 // and regular expressions, not with the stand-in's own helpers, so that a fault in those
 // shows up here.
 #include "DeviceSimRunner.h"
@@ -7,12 +8,9 @@
 #include "TestSupport.h"
 
 #include <QCryptographicHash>
-#include <QElapsedTimer>
-#include <QNetworkDatagram>
 #include <QRegularExpression>
 #include <QTcpSocket>
 #include <QTextCodec>
-#include <QUdpSocket>
 #include <QtEndian>
 #include <functional>
 #include <memory>
@@ -239,86 +237,6 @@ private slots:
         QCOMPARE(field(login(unknown, address, 3007, QStringLiteral("nobody")), QStringLiteral("LOGIN_STATE")), QStringLiteral("USER_NOT_EXIST"));
     }
 
-    void discoveryAnswersOnPort5077InGbk()
-    {
-        startDevice(scenarioAt(QStringLiteral("127.0.0.203")));
-        QUdpSocket client;
-        QVERIFY(client.bind(QHostAddress(QStringLiteral("127.0.0.204")), 5077, QAbstractSocket::ShareAddress | QAbstractSocket::ReuseAddressHint));
-        client.writeDatagram(QByteArray("Velkor/Tavio where are you?(ID:ANY)"), QHostAddress(QStringLiteral("127.0.0.203")), 5076);
-        QVERIFY(client.waitForReadyRead(2000));
-        const QNetworkDatagram answer = client.receiveDatagram();
-        QCOMPARE(answer.senderAddress(), QHostAddress(QStringLiteral("127.0.0.203")));
-        const QString text = QTextCodec::codecForName("GBK")->toUnicode(answer.data());
-        const int name = text.indexOf(QLatin1String("NAME:")), id = text.indexOf(QLatin1String("ID:")), end = text.indexOf(QLatin1Char(')'));
-        QVERIFY(name >= 0 && id > name && end > id);
-        QCOMPARE(text.mid(name + 5, id - name - 5).trimmed(), QStringLiteral("测试传真"));
-        QCOMPARE(text.mid(id + 3, end - id - 3).trimmed(), QStringLiteral("5A3C00AA"));
-
-        // Other texts get no answer; an announcement comes unasked.
-        client.writeDatagram(QByteArray("hello"), QHostAddress(QStringLiteral("127.0.0.203")), 5076);
-        QVERIFY(!client.waitForReadyRead(300));
-        m_runner->announce(QHostAddress(QStringLiteral("127.0.0.204")));
-        QVERIFY(client.waitForReadyRead(2000));
-        QCOMPARE(client.receiveDatagram().data(), answer.data());
-    }
-
-    void scriptedFaultsOfGreetingAndLogin()
-    {
-        const QString address = QStringLiteral("127.0.0.206");
-        SimDevice* device = startDevice(scenarioAt(address));
-
-        device->addFault([] { SimFault f = SimFault::make(QStringLiteral("GREETING"), SimFault::Silent); f.times = 1; return f; }());
-        {
-            QTcpSocket socket;
-            socket.connectToHost(address, 3007);
-            QVERIFY(socket.waitForConnected(2000));
-            QVERIFY(!socket.waitForReadyRead(300));
-        }
-        device->addFault([] { SimFault f = SimFault::make(QStringLiteral("LOGIN"), SimFault::Silent); f.times = 1; return f; }());
-        {
-            QTcpSocket socket; // greeted, then silence
-            socket.connectToHost(address, 3007);
-            QVERIFY(socket.waitForConnected(2000));
-            QVERIFY(!readSome(socket).isEmpty());
-            socket.write(QByteArray("\xFF\xFE", 2) + enc(QStringLiteral("<ACTION>LOGIN</ACTION><USERNAME>admin</USERNAME><PASSWORD>x</PASSWORD>")));
-            QVERIFY(!socket.waitForReadyRead(300));
-        }
-        device->addFault([] { SimFault f = SimFault::make(QStringLiteral("LOGIN"), SimFault::RefuseLogin); f.times = 1; return f; }());
-        {
-            QTcpSocket socket;
-            QCOMPARE(field(login(socket, address), QStringLiteral("LOGIN_STATE")), QStringLiteral("FAIL"));
-        }
-        device->addFault([] { SimFault f = SimFault::make(QStringLiteral("GREETING"), SimFault::WrongServerId, 0, 0, QStringLiteral("5a3c00aa")); f.times = 1; return f; }());
-        {
-            QTcpSocket socket;
-            socket.connectToHost(address, 3007);
-            QVERIFY(socket.waitForConnected(2000));
-            QCOMPARE(field(dec(readSome(socket)), QStringLiteral("SERVER_ID")), QStringLiteral("5a3c00aa"));
-        }
-        // A reply in two pieces: the first read holds only part of it.
-        device->addFault([] { SimFault f = SimFault::make(QStringLiteral("GET_SVR_INFO"), SimFault::Split, 2, 300); f.times = 1; return f; }());
-        device->addFault([] { SimFault f = SimFault::make(QStringLiteral("GET_NETWORK_SETTING"), SimFault::Silent); f.times = 1; return f; }());
-        device->addFault([] { SimFault f = SimFault::make(QStringLiteral("GET_TIME_SETTING"), SimFault::Feedback, 0, 0, QStringLiteral("BUSY")); f.times = 1; return f; }());
-        {
-            QTcpSocket socket;
-            QCOMPARE(field(login(socket, address), QStringLiteral("LOGIN_STATE")), QStringLiteral("OK"));
-            socket.write(enc(QStringLiteral("<ACTION>GET_SVR_INFO</ACTION>")));
-            QVERIFY(socket.waitForReadyRead(2000));
-            const QByteArray first = socket.readAll();
-            QVERIFY(!dec(first).contains(QLatin1String("</FEEDBACK>")));
-            const QString whole = dec(first + readSome(socket));
-            QCOMPARE(field(whole, QStringLiteral("FEEDBACK")), QStringLiteral("OK"));
-            socket.write(enc(QStringLiteral("<ACTION>GET_NETWORK_SETTING</ACTION>")));
-            QVERIFY(!socket.waitForReadyRead(300));
-            QCOMPARE(field(command(socket, QStringLiteral("<ACTION>GET_TIME_SETTING</ACTION>")), QStringLiteral("FEEDBACK")), QStringLiteral("BUSY"));
-            QCOMPARE(field(command(socket, QStringLiteral("<ACTION>GET_TIME_SETTING</ACTION>")), QStringLiteral("FEEDBACK")), QStringLiteral("OK"));
-        }
-        // Commands go to their own ports.
-        QTcpSocket upload;
-        QCOMPARE(field(login(upload, address, 3002), QStringLiteral("LOGIN_STATE")), QStringLiteral("OK"));
-        QCOMPARE(field(command(upload, QStringLiteral("<ACTION>GET_SVR_INFO</ACTION>")), QStringLiteral("FEEDBACK")), QStringLiteral("WRONG_PORT"));
-    }
-
     void sendFaxUploadIsPacedAndFollowedByItsRecord()
     {
         const QString address = QStringLiteral("127.0.0.207");
@@ -420,61 +338,6 @@ private slots:
         QCOMPARE(QString::fromUtf8(utf8), QStringLiteral("对方挂断"));
     }
 
-    void transferFaults()
-    {
-        const QString address = QStringLiteral("127.0.0.210");
-        Scenario scenario = scenarioAt(address);
-        SimReceivedFax fax;
-        fax.pages = 3;
-        scenario.received << fax;
-        SimDevice* device = startDevice(scenario);
-        const QByteArray tiff = SimTiff::makeFax(2, {});
-        const QByteArray header = uploadHeader(QStringLiteral("123"), QStringLiteral("R"), 2, 1);
-        auto once = [](const QString& action, SimFault::Kind kind, int value = 0, int delayMs = 0) {
-            SimFault f = SimFault::make(action, kind, value, delayMs);
-            f.times = 1;
-            return f;
-        };
-        int blocks = 0;
-        {
-            device->addFault(once(QStringLiteral("SENDFAX"), SimFault::DropAfterBytes, 3000));
-            QTcpSocket socket;
-            login(socket, address, 3002);
-            QVERIFY(upload(socket, header, tiff, &blocks).isEmpty());
-            QCOMPARE(blocks, 3);
-            QVERIFY(socket.state() == QAbstractSocket::UnconnectedState || socket.waitForDisconnected(1000));
-            QVERIFY(device->uploads().isEmpty());
-        }
-        {
-            device->addFault(once(QStringLiteral("SENDFAX"), SimFault::NotReady, 1));
-            device->addFault(once(QStringLiteral("SENDFAX"), SimFault::NoTaskId));
-            device->addFault(once(QStringLiteral("SENDFAX"), SimFault::SlowPacing, 0, 100));
-            QTcpSocket socket;
-            login(socket, address, 3002);
-            QElapsedTimer clock;
-            clock.start();
-            QCOMPARE(field(upload(socket, header, tiff, &blocks), QStringLiteral("FEEDBACK")), QStringLiteral("BUSY"));
-            QCOMPARE(blocks, 1);
-            QVERIFY(clock.elapsed() >= 190);
-            const QString accepted = upload(socket, header, tiff, &blocks);
-            QCOMPARE(field(accepted, QStringLiteral("FEEDBACK")), QStringLiteral("RECV_OK"));
-            QVERIFY(!accepted.contains(QLatin1String("TASKID")));
-        }
-        {
-            device->addFault(once(QStringLiteral("GET_SEND_FAX_STATUS"), SimFault::ShortRecord, 100));
-            device->addFault(once(QStringLiteral("DOWN_FILE"), SimFault::DropAfterBytes, 2000));
-            QTcpSocket socket;
-            login(socket, address);
-            const quint32 task = device->uploads().last().task;
-            QCOMPARE(statusRecord(socket, task).size(), 100);
-            QCOMPARE(statusRecord(socket, task).size(), 1024);
-            const QString file = QStringLiteral("%1").arg(device->receivedFaxes().first().fileNumber, 8, 16, QLatin1Char('0'));
-            int largest = 0;
-            const QByteArray part = download(socket, QStringLiteral("$STG_DIR$FaxFiles\\%1\\%2\\%3\\%4.tif").arg(file.mid(0, 2), file.mid(2, 2), file.mid(4, 2), file.mid(6, 2)), 1200, &largest);
-            QCOMPARE(part.size(), 2000);
-            QVERIFY(socket.state() == QAbstractSocket::UnconnectedState || socket.waitForDisconnected(1000));
-        }
-    }
 };
 
 VELKOR_TEST_MAIN(TestDeviceSim)

@@ -1,13 +1,11 @@
 #pragma once
 
-#include "DatabaseManager.h"
-#include "Device.h"
 #include "Fax.h"
 #include "TiffUtil.h"
+#include "UiTestSupport.h"
 
 #include <QImage>
 #include <QPainter>
-#include <QTest>
 
 // Shared by the folder tests: a bound device, faxes in the store, fax files on disk.
 namespace FolderTestData {
@@ -19,35 +17,10 @@ inline int addDevice(const QString& productID = QStringLiteral("PID0001"))
     device.deviceName = QStringLiteral("user1");
     device.productID = productID;
     device.localIP = QStringLiteral("127.0.0.1");
-    DatabaseManager db;
-    if (!db.inseretDevice(device))
-        QTest::qFail("could not store device", __FILE__, __LINE__);
-    QString id = productID;
-    return db.queryDevice(id).id;
+    return TestSupport::bindDevice(device).id;
 }
 
-// Stores the fax under the device and gives it its new id.
-inline Fax addFax(Fax fax, int deviceId)
-{
-    fax.id = DatabaseManager().insertFax(fax, deviceId);
-    if (fax.id == 0)
-        QTest::qFail("could not store fax", __FILE__, __LINE__);
-    return fax;
-}
-
-inline Fax sentFax(const QString& time, int status, const QString& cid, const QString& receiver)
-{
-    Fax fax;
-    fax.tag = 1;
-    fax.time = time;
-    fax.status = status;
-    fax.cid = cid;
-    fax.receiver = receiver;
-    fax.sender = QStringLiteral("user1");
-    fax.pageTotal = 2;
-    fax.serverID = QStringLiteral("PID0001");
-    return fax;
-}
+inline Fax addFax(const Fax& fax, int deviceId) { return TestSupport::storeFax(fax, deviceId); }
 
 inline Fax receivedFax(const QString& time, int status, const QString& cid, const QString& sender)
 {
@@ -60,6 +33,15 @@ inline Fax receivedFax(const QString& time, int status, const QString& cid, cons
     fax.receiver = QStringLiteral("public");
     fax.pageTotal = 1;
     fax.serverID = QStringLiteral("PID0001");
+    return fax;
+}
+
+inline Fax sentFax(const QString& time, int status, const QString& cid, const QString& receiver)
+{
+    Fax fax = receivedFax(time, status, cid, QStringLiteral("user1"));
+    fax.tag = 1;
+    fax.receiver = receiver;
+    fax.pageTotal = 2;
     return fax;
 }
 

@@ -1,53 +1,13 @@
-#include "ConnectionPool.h"
-#include "DatabaseManager.h"
-#include "DeviceProtocol.h"
-#include "DeviceSimRunner.h"
 #include "AppSettings.h"
+#include "DatabaseManager.h"
 #include "LoginThread.h"
-#include "MD5Util.h"
-#include "SimTestSupport.h"
+#include "SimFixtures.h"
 #include "TestSupport.h"
 
-#include <QApplication>
 #include <QElapsedTimer>
-#include <QSqlQuery>
 #include <QTcpSocket>
-#include <memory>
 
-using TestSupport::startSim;
-
-namespace {
-
-Scenario scenarioAt(const QString& address, int basePort = 3001)
-{
-    Scenario s;
-    s.address = address;
-    s.basePort = basePort;
-    s.discovery = false;
-    s.serverId = QStringLiteral("5A3C00%1").arg(address.section('.', 3, 3).toInt(), 2, 10, QLatin1Char('0'));
-    return s;
-}
-
-// A bound device of the test user, stored so that login can write its connectStatus.
-Device storedDevice(const Scenario& s)
-{
-    Device d;
-    d.deviceName = QStringLiteral("admin");
-    d.devicePassword = MD5Util::call128MD5(QByteArray("admin"));
-    d.serverName = s.serverName;
-    d.productID = s.serverId;
-    DatabaseManager db;
-    db.inseretDevice(d);
-    return db.queryDevice(d.productID);
-}
-
-QVariant storedColumn(const Device& d, const QString& column)
-{
-    QSqlQuery q(ConnectionPool::openConnection());
-    q.prepare(QStringLiteral("SELECT %1 FROM DEVICES WHERE id = ?").arg(column));
-    q.addBindValue(d.id);
-    return q.exec() && q.next() ? q.value(0) : QVariant();
-}
+using namespace TestSupport;
 
 class TestableLogin : public LoginThread
 {
@@ -56,8 +16,8 @@ public:
     using LoginThread::hangUp;
 };
 
-} // namespace
-
+// The roads to a device: its LAN address, its stored internet address and port, and the
+// address service.
 class TestDeviceLogin : public QObject
 {
     Q_OBJECT
@@ -65,94 +25,83 @@ class TestDeviceLogin : public QObject
 private slots:
     void init()
     {
-        TestSupport::freshHome();
-        TestSupport::loginTestUser();
-        DeviceProtocol::setTestTimeoutDivisor(1);
+        freshHome();
+        loginTestUser();
     }
 
-    void cleanup() { DeviceProtocol::setTestTimeoutDivisor(1); }
-
-    void lanRoadOnFixedPorts()
+    void roads_data()
     {
-        auto sim = startSim(scenarioAt(QStringLiteral("127.0.0.2")));
-        Device d = storedDevice(sim->sim()->scenario());
-        d.localIP = QStringLiteral("127.0.0.2");
+        QTest::addColumn<QString>("address"); // where the device listens
+        QTest::addColumn<int>("basePort");
+        QTest::addColumn<QString>("localIP");
+        QTest::addColumn<QString>("remoteIP");
+        QTest::addColumn<QString>("service"); // the address service's answer; "-": no service
+        QTest::addColumn<QString>("productID"); // empty: the device's own
+        QTest::addColumn<int>("port");
+        QTest::addColumn<int>("peerPort"); // 0: no connection
+        QTest::addColumn<QString>("storedRemote");
+        const int cmd = DeviceProtocol::PORT_COMMAND, up = DeviceProtocol::PORT_UPLOAD;
+        QTest::newRow("LAN") << "127.0.0.2" << 3001 << "127.0.0.2" << "" << "-" << "" << cmd << 3007 << "";
+        // Neither stored road asks the service, so the stored address stays as it was.
+        QTest::newRow("stored internet, commands") << "127.0.0.3" << 4001 << "" << "127.0.0.3" << "-" << "" << cmd << 4007 << "";
+        QTest::newRow("stored internet, upload") << "127.0.0.3" << 4001 << "" << "127.0.0.3" << "-" << "" << up << 4002 << "";
+        QTest::newRow("service: its port wins") << "127.0.0.5" << 4005 << "" << "127.0.0.4" << "127.0.0.5:4011" << ""
+                                                << cmd << 4011 << "127.0.0.5";
+        QTest::newRow("service: address alone") << "127.0.0.5" << 3001 << "" << "127.0.0.4" << "127.0.0.5" << "" << cmd
+                                                << 3007 << "127.0.0.5";
+        QTest::newRow("unknown to the service") << "127.0.0.6" << 3001 << "" << "" << "" << "NOSUCH01" << cmd << 0 << "";
+        // The identity comparison is case-sensitive although tag search is not.
+        QTest::newRow("identity differs in case") << "127.0.0.7" << 3001 << "127.0.0.7" << "" << "-" << "5a3c0007" << cmd
+                                                  << 0 << "";
+    }
+
+    void roads()
+    {
+        QFETCH(QString, address);
+        QFETCH(int, basePort);
+        QFETCH(QString, localIP);
+        QFETCH(QString, remoteIP);
+        QFETCH(QString, service);
+        QFETCH(QString, productID);
+        QFETCH(int, port);
+        QFETCH(int, peerPort);
+        QFETCH(QString, storedRemote);
+        Scenario s = scenarioAt(address);
+        s.basePort = basePort;
+        if (service != "-") {
+            s.httpPort = 18000 + address.section('.', 3).toInt();
+            if (!service.isEmpty())
+                s.addressService.insert(s.serverId, service);
+        }
+        auto sim = startSim(s);
+        if (service != "-")
+            AppSettings::userConfig()->setValue(AppSettings::KEY_ADDRESS_SERVICE_URL, sim->sim()->httpUrl());
+        Device d = storedDevice(s);
+        d.localIP = localIP;
+        d.remoteIP = remoteIP;
+        d.internetPort = basePort;
+        if (!productID.isEmpty())
+            d.productID = productID;
+        d.connectStatus = 9;
+
         TestableLogin worker;
-        QPointer<QTcpSocket> socket = worker.login(d, DeviceProtocol::PORT_COMMAND);
-        QVERIFY(socket);
-        QCOMPARE(socket->peerPort(), quint16(3007));
+        QPointer<QTcpSocket> socket = worker.login(d, port);
+        QCOMPARE(socket ? int(socket->peerPort()) : 0, peerPort);
+        QCOMPARE(storedColumn(d.id, "remoteIP", "DEVICES").toString(), storedRemote);
+        if (!socket) {
+            QCOMPARE(d.connectStatus, 9); // no connection at all keeps the old state
+            QVERIFY(storedColumn(d.id, "connectStatus", "DEVICES").isNull());
+            return;
+        }
+        if (!storedRemote.isEmpty())
+            QCOMPARE(d.remoteIP, storedRemote);
         // A loopback client is not on a private network: the internet state.
         QCOMPARE(d.connectStatus, 1);
-        QCOMPARE(storedColumn(d, "connectStatus").toInt(), 1);
-        const QString reply = worker.exchange(socket, QStringLiteral("<ACTION>GET_SVR_INFO</ACTION>"));
-        QVERIFY(reply.contains(QStringLiteral("5A3C0002")));
+        QCOMPARE(storedColumn(d.id, "connectStatus", "DEVICES").toInt(), 1);
+        if (port == DeviceProtocol::PORT_COMMAND)
+            QVERIFY(worker.exchange(socket, QStringLiteral("<ACTION>GET_SVR_INFO</ACTION>")).contains(s.serverId));
         worker.hangUp(socket);
         QTRY_VERIFY(socket.isNull()); // released once closed
-    }
-
-    void storedInternetRoadMapsPorts()
-    {
-        auto sim = startSim(scenarioAt(QStringLiteral("127.0.0.3"), 4001));
-        Device d = storedDevice(sim->sim()->scenario());
-        d.remoteIP = QStringLiteral("127.0.0.3");
-        d.internetPort = 4001;
-        TestableLogin worker;
-        QTcpSocket* command = worker.login(d, DeviceProtocol::PORT_COMMAND);
-        QVERIFY(command);
-        QCOMPARE(command->peerPort(), quint16(4007));
-        worker.hangUp(command);
-        QTcpSocket* upload = worker.login(d, DeviceProtocol::PORT_UPLOAD);
-        QVERIFY(upload);
-        QCOMPARE(upload->peerPort(), quint16(4002));
-        worker.hangUp(upload);
-        // Neither road asked the service, so the stored address stays as it was.
-        QVERIFY(storedColumn(d, "remoteIP").toString().isEmpty());
-    }
-
-    void addressServiceRoad_data()
-    {
-        QTest::addColumn<QString>("body");
-        QTest::addColumn<int>("basePort");
-        QTest::addColumn<int>("expectedPort");
-        QTest::newRow("port from the body wins") << "127.0.0.5:4011" << 4005 << 4011;
-        QTest::newRow("address alone: the LAN number") << "127.0.0.5" << 3001 << 3007;
-    }
-
-    void addressServiceRoad()
-    {
-        QFETCH(QString, body);
-        QFETCH(int, basePort);
-        QFETCH(int, expectedPort);
-        Scenario s = scenarioAt(QStringLiteral("127.0.0.5"), basePort);
-        s.httpPort = 18005;
-        s.addressService.insert(s.serverId, body);
-        auto sim = startSim(s);
-        AppSettings::userConfig()->setValue(AppSettings::KEY_ADDRESS_SERVICE_URL, sim->sim()->httpUrl());
-
-        Device d = storedDevice(s);
-        d.remoteIP = QStringLiteral("127.0.0.4"); // nothing listens there
-        TestableLogin worker;
-        QTcpSocket* socket = worker.login(d, DeviceProtocol::PORT_COMMAND);
-        QVERIFY(socket);
-        QCOMPARE(int(socket->peerPort()), expectedPort);
-        QCOMPARE(d.remoteIP, QStringLiteral("127.0.0.5"));
-        QCOMPARE(storedColumn(d, "remoteIP").toString(), QStringLiteral("127.0.0.5"));
-        worker.hangUp(socket);
-    }
-
-    void unknownToServiceGivesNull()
-    {
-        Scenario s = scenarioAt(QStringLiteral("127.0.0.6"));
-        s.httpPort = 18006;
-        auto sim = startSim(s);
-        AppSettings::userConfig()->setValue(AppSettings::KEY_ADDRESS_SERVICE_URL, sim->sim()->httpUrl());
-        Device d = storedDevice(s);
-        d.productID = QStringLiteral("NOSUCH01"); // the service knows only the stand-in itself
-        d.connectStatus = 0;
-        TestableLogin worker;
-        QVERIFY(!worker.login(d, DeviceProtocol::PORT_COMMAND));
-        QCOMPARE(d.connectStatus, 0); // no connection at all keeps the old state
-        QVERIFY(storedColumn(d, "connectStatus").isNull());
     }
 
     void silentServiceCostsItsTimeout()
@@ -166,26 +115,12 @@ private slots:
         config->setValue(AppSettings::KEY_ADDRESS_SERVICE_TIMEOUT, 300);
         config.reset();
         Device d = storedDevice(s);
+        d.localIP.clear();
         TestableLogin worker;
         QElapsedTimer clock;
         clock.start();
         QVERIFY(!worker.login(d, DeviceProtocol::PORT_COMMAND));
         QVERIFY2(clock.elapsed() < 3000, qPrintable(QString::number(clock.elapsed())));
-    }
-
-    // The identity comparison is case-sensitive although tag search is not. The faults of
-    // greeting and login are rows of the fault-injection matrix (TestLoginFaults).
-    void identityDiffersInCaseStopsTheLogin()
-    {
-        Scenario s = scenarioAt(QStringLiteral("127.0.0.7"));
-        auto sim = startSim(s);
-        Device d = storedDevice(s);
-        d.localIP = QStringLiteral("127.0.0.7");
-        d.productID = QStringLiteral("5a3c0007");
-        d.connectStatus = 9;
-        TestableLogin worker;
-        QVERIFY(!worker.login(d, DeviceProtocol::PORT_COMMAND));
-        QCOMPARE(d.connectStatus, 9);
     }
 };
 

@@ -186,22 +186,16 @@ private slots:
 
     void settingsDecideWhatIsWritten()
     {
+        // Received faxes: TestReceiveFaxThread, from retrieval on.
         auto settings = AppSettings::userSetting();
         settings->setValue(AutoExportKeys::SEND_AUTO_SAVE_AS_PATH, m_out);
         settings->setValue(AutoExportKeys::SEND_AUTO_SAVE_AS_TYPE, 1);
-        settings->setValue(AutoExportKeys::RECV_AUTO_SAVE_AS_PATH, m_out);
         settings->sync();
         QVERIFY(!FaxExporter::exportSentFax(m_fax)); // switched off
-        QCOMPARE(FaxExporter::exportReceivedFaxes({m_fax}), 0);
-
         settings->setValue(AutoExportKeys::SEND_AUTO_SAVE_AS, true);
-        settings->setValue(AutoExportKeys::RECV_AUTO_SAVE_AS, true);
-        settings->setValue(AutoExportKeys::RECV_SAVE_SUBFOLDER, true);
         settings->sync();
         QVERIFY(FaxExporter::exportSentFax(m_fax));
-        QVERIFY(QFileInfo::exists(m_out + QStringLiteral("/2024-03-01 09-00-00.tif")));
-        QCOMPARE(FaxExporter::exportReceivedFaxes({m_fax, m_fax}), 2);
-        QCOMPARE(QDir(m_out + QStringLiteral("/tester")).entryList(QDir::Files).size(), 2);
+        QCOMPARE(QDir(m_out).entryList(QDir::Files), QStringList { "2024-03-01 09-00-00.tif" });
     }
 
     void dialogKeysRoundTrip()
@@ -217,49 +211,40 @@ private slots:
             settings->setValue(AutoExportKeys::SEND_AUTO_SAVE_AS_PATH, QStringLiteral("/srv/out"));
         }
         AutoOutputDialog dialog;
-        auto* recv = TestSupport::find<QCheckBox>(&dialog, QStringLiteral("check_receive_output"));
-        auto* send = TestSupport::find<QCheckBox>(&dialog, QStringLiteral("check_send_output"));
-        auto* recvPath = TestSupport::find<QLineEdit>(&dialog, QStringLiteral("edit_receive_output_path"));
-        auto* sendPath = TestSupport::find<QLineEdit>(&dialog, QStringLiteral("edit_send_output_path"));
-        auto* recvType = TestSupport::find<QComboBox>(&dialog, QStringLiteral("combo_receive_output_type"));
-        auto* recvSub = TestSupport::find<QComboBox>(&dialog, QStringLiteral("combo_receive_subfolder"));
-        auto* sendSub = TestSupport::find<QComboBox>(&dialog, QStringLiteral("combo_send_subfolder"));
-        auto* sendSubCheck = TestSupport::find<QCheckBox>(&dialog, QStringLiteral("check_send_subfolder"));
+        const auto box = [&](const char* name) { return TestSupport::find<QCheckBox>(&dialog, name); };
+        const auto edit = [&](const char* name) { return TestSupport::find<QLineEdit>(&dialog, name); };
+        const auto combo = [&](const char* name) { return TestSupport::find<QComboBox>(&dialog, name); };
         auto* sendBrowse = TestSupport::find<QPushButton>(&dialog, QStringLiteral("button_send_ooutput_path"));
-        QVERIFY(recv && send && recvPath && sendPath && recvType && recvSub && sendSub && sendSubCheck && sendBrowse);
+        QWidget* const sendParts[] = { edit("edit_send_output_path"), sendBrowse, combo("combo_send_subfolder"),
+            box("check_send_subfolder") };
+        const auto sendEnabled = [&] {
+            int n = 0;
+            for (QWidget* w : sendParts)
+                n += w->isEnabled();
+            return n;
+        };
+        QCOMPARE((QVariantList { box("check_receive_output")->isChecked(), box("check_receive_subfolder")->isChecked(),
+                     combo("combo_receive_output_type")->currentIndex(), edit("edit_receive_output_path")->text(),
+                     combo("combo_receive_subfolder")->currentIndex(), edit("edit_receive_output_path")->isEnabled(),
+                     box("check_send_output")->isChecked(), sendEnabled() }),
+            (QVariantList { true, true, 1, "/srv/in", 2, true, false, 0 }));
 
-        QVERIFY(recv->isChecked());
-        QVERIFY(TestSupport::find<QCheckBox>(&dialog, QStringLiteral("check_receive_subfolder"))->isChecked());
-        QCOMPARE(recvType->currentIndex(), 1);
-        QCOMPARE(recvPath->text(), QStringLiteral("/srv/in"));
-        QCOMPARE(recvSub->currentIndex(), 2);
-        QVERIFY(recvPath->isEnabled() && recvType->isEnabled() && recvSub->isEnabled());
-        QVERIFY(!send->isChecked());
-        QVERIFY(!sendPath->isEnabled() && !sendBrowse->isEnabled() && !sendSub->isEnabled() && !sendSubCheck->isEnabled());
-
-        send->setChecked(true);
-        QVERIFY(sendPath->isEnabled() && sendBrowse->isEnabled() && sendSub->isEnabled() && sendSubCheck->isEnabled());
+        box("check_send_output")->setChecked(true);
+        QCOMPARE(sendEnabled(), 4);
         DialogUtil::queueAnswer(QStringLiteral("/srv/chosen"));
         sendBrowse->click();
-        QCOMPARE(sendPath->text(), QStringLiteral("/srv/chosen"));
-        sendSubCheck->setChecked(true);
-        sendSub->setCurrentIndex(1);
-        recv->setChecked(false);
-        QVERIFY(!recvPath->isEnabled() && !recvType->isEnabled());
+        QCOMPARE(edit("edit_send_output_path")->text(), QStringLiteral("/srv/chosen"));
+        box("check_send_subfolder")->setChecked(true);
+        combo("combo_send_subfolder")->setCurrentIndex(1);
+        box("check_receive_output")->setChecked(false);
+        QVERIFY(!edit("edit_receive_output_path")->isEnabled() && !combo("combo_receive_output_type")->isEnabled());
         TestSupport::find<QPushButton>(&dialog, QStringLiteral("button_apply"))->click();
 
-        const FaxExporter::Options in = FaxExporter::options(FaxExporter::Received);
-        QVERIFY(!in.enabled);
-        QVERIFY(in.subfolder);
-        QCOMPARE(in.type, 1);
-        QCOMPARE(in.path, QStringLiteral("/srv/in"));
-        QCOMPARE(in.subfolderKind, 2);
-        const FaxExporter::Options out = FaxExporter::options(FaxExporter::Sent);
-        QVERIFY(out.enabled);
-        QVERIFY(out.subfolder);
-        QCOMPARE(out.type, 0);
-        QCOMPARE(out.path, QStringLiteral("/srv/chosen"));
-        QCOMPARE(out.subfolderKind, 1);
+        const auto fields = [](const FaxExporter::Options& o) {
+            return QVariantList { o.enabled, o.subfolder, o.type, o.path, o.subfolderKind };
+        };
+        QCOMPARE(fields(FaxExporter::options(FaxExporter::Received)), (QVariantList { false, true, 1, "/srv/in", 2 }));
+        QCOMPARE(fields(FaxExporter::options(FaxExporter::Sent)), (QVariantList { true, true, 0, "/srv/chosen", 1 }));
     }
 };
 

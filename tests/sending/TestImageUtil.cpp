@@ -16,10 +16,13 @@ QImage filled(int w, int h, QRgb colour, QImage::Format format = QImage::Format_
     return image;
 }
 
-void paintRect(QImage& image, const QRect& rect, QRgb colour)
+// The image with black rectangles painted on it.
+QImage withBlack(QImage image, const QList<QRect>& rects)
 {
     QPainter painter(&image);
-    painter.fillRect(rect, QColor(colour));
+    for (const QRect& r : rects)
+        painter.fillRect(r, Qt::black);
+    return image;
 }
 
 // Gray levels, row by row, as an RGB32 image.
@@ -43,20 +46,7 @@ QVector<QPoint> blackPoints(const QImage& image)
     return points;
 }
 
-bool isWhite(QRgb rgb)
-{
-    return qRed(rgb) > 250 && qGreen(rgb) > 250 && qBlue(rgb) > 250;
-}
-
-// True when every pixel of the rows [from, to) is (nearly) white.
-bool rowsWhite(const QImage& image, int from, int to)
-{
-    for (int y = from; y < to; ++y)
-        for (int x = 0; x < image.width(); ++x)
-            if (!isWhite(image.pixel(x, y)))
-                return false;
-    return true;
-}
+bool isWhite(QRgb rgb) { return qRed(rgb) > 250 && qGreen(rgb) > 250 && qBlue(rgb) > 250; }
 
 bool onlyPureBlackAndWhite(const QImage& image)
 {
@@ -81,16 +71,8 @@ class TestImageUtil : public QObject
     Q_OBJECT
 
 private slots:
-    void pageOfExactSizeIsKept();
-    void landscapePageIsTurnedClockwise();
-    void narrowImageLiesBelowTopMargin();
-    void smallImageIsNotEnlarged();
-    void largeImageIsHalvedAndLosesBottomRows();
-    void tallImagesFitTheHeight();
-    void pdfPageIsStretchedAndCut();
-    void pdfShortcutMatchesEditorRoad_data();
-    void pdfShortcutMatchesEditorRoad();
-    void nullImageGivesBlankPage();
+    void scaleToFaxSize_data();
+    void scaleToFaxSize();
     void meanThresholdGivesPureBlackAndWhite();
     void thresholdersAcceptOtherDepths_data();
     void thresholdersAcceptOtherDepths();
@@ -98,131 +80,66 @@ private slots:
     void sauvolaKnownAnswers();
     void ditherKnownAnswers();
     void integralThresholdKnownAnswers();
+    void pdfShortcutMatchesEditorRoad_data();
+    void pdfShortcutMatchesEditorRoad();
 };
 
-void TestImageUtil::pageOfExactSizeIsKept()
+void TestImageUtil::scaleToFaxSize_data()
 {
-    QImage page = filled(1728, 2200, WHITE);
-    page.setPixel(0, 0, BLACK);
-    page.setPixel(1727, 2199, BLACK);
-    const QImage result = ImageUtil::scaleToFaxSize(page, "png");
-    QCOMPARE(result.size(), QSize(1728, 2200));
-    QCOMPARE(result, page); // no margin, no rescaling, same format
-}
-
-void TestImageUtil::landscapePageIsTurnedClockwise()
-{
-    QImage page = filled(2200, 1728, WHITE);
-    paintRect(page, QRect(0, 0, 10, 5), BLACK); // top left corner
-    page.setPixel(2199, 1727, BLACK);           // bottom right corner
-    const QImage result = ImageUtil::scaleToFaxSize(page, "jpg");
-    QCOMPARE(result.size(), QSize(1728, 2200));
+    QTest::addColumn<QImage>("source");
+    QTest::addColumn<QString>("suffix");
+    QTest::addColumn<QSize>("imprint"); // the size the image takes on the page; invalid: not asked
+    QTest::addColumn<QString>("probes"); // "x,y:B" a black point, "x,y:W" a white one, "W:from-to" white rows
+    const QImage exact = withBlack(filled(1728, 2200, WHITE), { { 0, 0, 1, 1 }, { 1727, 2199, 1, 1 } });
+    QTest::newRow("exact size, kept as it is") << exact << "png" << QSize() << "0,0:B 1727,2199:B 1,0:W";
     // Clockwise: top left goes to top right, with no top margin.
-    QCOMPARE(result.pixel(1727, 0), BLACK);
-    QCOMPARE(result.pixel(1723, 9), BLACK);
-    QCOMPARE(result.pixel(1722, 9), WHITE);
-    QCOMPARE(result.pixel(1727, 10), WHITE);
-    QCOMPARE(result.pixel(0, 2199), BLACK);
-    QCOMPARE(result.pixel(0, 0), WHITE);
+    QTest::newRow("landscape, turned")
+        << withBlack(filled(2200, 1728, WHITE), { { 0, 0, 10, 5 }, { 2199, 1727, 1, 1 } }) << "jpg" << QSize()
+        << "1727,0:B 1723,9:B 1722,9:W 1727,10:W 0,2199:B 0,0:W";
+    QTest::newRow("narrow, below the top margin")
+        << withBlack(filled(1728, 1000, WHITE), { { 0, 0, 1, 1 }, { 0, 999, 1728, 1 } }) << "png" << QSize(1728, 1000)
+        << "W:0-50 0,50:B 1,50:W 1727,1049:B W:1050-2200";
+    QTest::newRow("small, not enlarged") << filled(100, 100, BLACK) << "png" << QSize(100, 100)
+                                         << "814,50:B 913,149:B 813,50:W 914,149:W 814,49:W 814,150:W";
+    QTest::newRow("large, halved, loses its bottom rows")
+        << withBlack(filled(3456, 4400, WHITE), { { 0, 0, 3456, 20 }, { 0, 4300, 3456, 100 } }) << "tif"
+        << QSize(1728, 2200) << "W:0-50 864,52:B W:62-2200";
+    QTest::newRow("wide and tall: fits the height") << filled(3456, 8800, BLACK) << "bmp" << QSize(864, 2200)
+                                                    << "432,100:B 431,100:W 1295,100:B 1296,100:W 432,2199:B";
+    QTest::newRow("narrow and tall: fits the height") << filled(1000, 3000, BLACK) << "bmp" << QSize(733, 2200)
+                                                      << "497,60:B 496,60:W";
+    // A PDF page is stretched over the page and cut at its bottom; only the exact suffix does it.
+    const QImage pdf = withBlack(filled(100, 100, WHITE), { { 0, 0, 1, 50 }, { 0, 99, 100, 1 } });
+    QTest::newRow("pdf, stretched") << pdf << "pdf" << QSize(1728, 2200) << "W:0-50 0,1000:B 1727,1000:W W:2180-2200";
+    QTest::newRow("PDF, not stretched") << pdf << "PDF" << QSize(100, 100)
+                                        << "814,50:B 814,99:B 814,100:W 913,149:B 815,60:W";
+    QTest::newRow("wide pdf") << filled(500, 100, WHITE) << "pdf" << QSize(1728, 2200) << "";
+    QTest::newRow("null: a blank page") << QImage() << "png" << QSize() << "W:0-2200";
 }
 
-void TestImageUtil::narrowImageLiesBelowTopMargin()
+void TestImageUtil::scaleToFaxSize()
 {
-    QImage source = filled(1728, 1000, WHITE);
-    source.setPixel(0, 0, BLACK);
-    paintRect(source, QRect(0, 999, 1728, 1), BLACK);
-    const QImage page = ImageUtil::scaleToFaxSize(source, "png");
+    QFETCH(QImage, source);
+    QFETCH(QString, suffix);
+    QFETCH(QSize, imprint);
+    QFETCH(QString, probes);
+    if (imprint.isValid())
+        QCOMPARE(ImageUtil::imprintImage(source, suffix).size(), imprint);
+    const QImage page = ImageUtil::scaleToFaxSize(source, suffix);
     QCOMPARE(page.size(), QSize(1728, 2200));
-    QCOMPARE(page.format(), QImage::Format_RGBA8888);
-    QVERIFY(rowsWhite(page, 0, 50));
-    QCOMPARE(page.pixel(0, 50), BLACK);
-    QCOMPARE(page.pixel(1, 50), WHITE);
-    QCOMPARE(page.pixel(1727, 1049), BLACK); // last source row: kept at 1000 rows high
-    QVERIFY(rowsWhite(page, 1050, 2200));
-}
-
-void TestImageUtil::smallImageIsNotEnlarged()
-{
-    QImage source = filled(100, 100, BLACK);
-    QCOMPARE(ImageUtil::imprintImage(source, "png").size(), QSize(100, 100));
-    const QImage page = ImageUtil::scaleToFaxSize(source, "png");
-    QCOMPARE(page.size(), QSize(1728, 2200));
-    QCOMPARE(blackPoints(page).size(), 100 * 100);
-    QCOMPARE(page.pixel(814, 50), BLACK);
-    QCOMPARE(page.pixel(913, 149), BLACK);
-    QCOMPARE(page.pixel(813, 50), WHITE);
-    QCOMPARE(page.pixel(914, 149), WHITE);
-    QCOMPARE(page.pixel(814, 49), WHITE);
-    QCOMPARE(page.pixel(814, 150), WHITE);
-}
-
-void TestImageUtil::largeImageIsHalvedAndLosesBottomRows()
-{
-    QImage source = filled(3456, 4400, WHITE);
-    paintRect(source, QRect(0, 0, 3456, 20), BLACK);    // top band
-    paintRect(source, QRect(0, 4300, 3456, 100), BLACK); // lands below the canvas
-    QCOMPARE(ImageUtil::imprintImage(source, "tif").size(), QSize(1728, 2200));
-
-    const QImage page = ImageUtil::scaleToFaxSize(source, "tif");
-    QCOMPARE(page.size(), QSize(1728, 2200));
-    QVERIFY(rowsWhite(page, 0, 50));
-    QCOMPARE(qRed(page.pixel(864, 52)), 0);
-    QVERIFY(rowsWhite(page, 62, 2200));
-}
-
-void TestImageUtil::tallImagesFitTheHeight()
-{
-    // Wider than the page and, once fitted to the width, still too tall.
-    QImage wideTall = filled(3456, 8800, BLACK);
-    QCOMPARE(ImageUtil::imprintImage(wideTall, "bmp").size(), QSize(864, 2200));
-    const QImage page = ImageUtil::scaleToFaxSize(wideTall, "bmp");
-    QCOMPARE(page.pixel(432, 100), BLACK);
-    QCOMPARE(page.pixel(431, 100), WHITE);
-    QCOMPARE(page.pixel(1295, 100), BLACK);
-    QCOMPARE(page.pixel(1296, 100), WHITE);
-    QCOMPARE(page.pixel(432, 2199), BLACK); // 2200 rows from row 50: the rest is cut
-
-    // Narrower than the page but too tall.
-    QImage narrowTall = filled(1000, 3000, BLACK);
-    QCOMPARE(ImageUtil::imprintImage(narrowTall, "bmp").size(), QSize(733, 2200));
-    const QImage page2 = ImageUtil::scaleToFaxSize(narrowTall, "bmp");
-    QCOMPARE(page2.pixel(497, 60), BLACK);
-    QCOMPARE(page2.pixel(496, 60), WHITE);
-}
-
-void TestImageUtil::pdfPageIsStretchedAndCut()
-{
-    QImage source = filled(100, 100, WHITE);
-    paintRect(source, QRect(0, 0, 1, 50), BLACK);   // upper half of the left column
-    paintRect(source, QRect(0, 99, 100, 1), BLACK); // last row, stretched past row 2150
-
-    QCOMPARE(ImageUtil::imprintImage(source, "pdf").size(), QSize(1728, 2200));
-    QImage wide = filled(500, 100, WHITE);
-    QCOMPARE(ImageUtil::imprintImage(wide, "pdf").size(), QSize(1728, 2200));
-
-    const QImage page = ImageUtil::scaleToFaxSize(source, "pdf");
-    QCOMPARE(page.size(), QSize(1728, 2200));
-    QVERIFY(rowsWhite(page, 0, 50));
-    QVERIFY(qRed(page.pixel(0, 1000)) < 64);      // the stretched left column
-    QVERIFY(isWhite(page.pixel(1727, 1000)));
-    QVERIFY(rowsWhite(page, 2180, 2200)); // the black bottom rows fell off the canvas
-
-    // Only the exact suffix "pdf" stretches.
-    const QImage notPdf = ImageUtil::scaleToFaxSize(source, "PDF");
-    QCOMPARE(notPdf.pixel(814, 50), BLACK);
-    QCOMPARE(notPdf.pixel(814, 99), BLACK);
-    QCOMPARE(notPdf.pixel(814, 100), WHITE);
-    QCOMPARE(notPdf.pixel(913, 149), BLACK);
-    QCOMPARE(notPdf.pixel(815, 60), WHITE);
-}
-
-void TestImageUtil::nullImageGivesBlankPage()
-{
-    QImage none;
-    const QImage page = ImageUtil::scaleToFaxSize(none, "png");
-    QCOMPARE(page.size(), QSize(1728, 2200));
-    QVERIFY(rowsWhite(page, 0, 2200));
-    QVERIFY(ImageUtil::getBWImage(none).isNull());
+    if (QByteArray(QTest::currentDataTag()).startsWith("exact"))
+        QCOMPARE(page, source); // no margin, no rescaling, same format
+    for (const QString& probe : probes.split(' ', Qt::SkipEmptyParts)) {
+        if (probe.startsWith("W:")) {
+            const int from = probe.section(QRegExp("[:-]"), 1, 1).toInt(), to = probe.section('-', 1).toInt();
+            for (int y = from; y < to; ++y)
+                for (int x = 0; x < 1728; x += 7)
+                    QVERIFY2(isWhite(page.pixel(x, y)), qPrintable(QStringLiteral("%1,%2").arg(x).arg(y)));
+            continue;
+        }
+        const QRgb rgb = page.pixel(probe.section(',', 0, 0).toInt(), probe.section(QRegExp("[,:]"), 1, 1).toInt());
+        QVERIFY2(probe.endsWith('B') ? qRed(rgb) < 64 : isWhite(rgb), qPrintable(probe));
+    }
 }
 
 void TestImageUtil::meanThresholdGivesPureBlackAndWhite()
@@ -232,14 +149,11 @@ void TestImageUtil::meanThresholdGivesPureBlackAndWhite()
     for (int y = 0; y < source.height(); ++y)
         for (int x = 0; x < source.width(); ++x)
             source.setPixel(x, y, qRgb(x * 255 / 400, (x + y) % 256, y * 255 / 300));
-    QImage page = ImageUtil::scaleToFaxSize(source, "png");
-    const QImage bw = ImageUtil::getBWImage(page);
-    QCOMPARE(bw.size(), QSize(1728, 2200));
-    QVERIFY(onlyPureBlackAndWhite(bw));
+    QVERIFY(onlyPureBlackAndWhite(ImageUtil::getBWImage(ImageUtil::scaleToFaxSize(source, "png"))));
+    QVERIFY(ImageUtil::getBWImage(QImage()).isNull());
 
     // A 10 x 10 black square on white comes out exactly as it went in.
-    QImage square = filled(60, 60, WHITE);
-    paintRect(square, QRect(20, 10, 10, 10), BLACK);
+    const QImage square = withBlack(filled(60, 60, WHITE), { { 20, 10, 10, 10 } });
     const QVector<QPoint> black = blackPoints(ImageUtil::getBWImage(square));
     QCOMPARE(black.size(), 100);
     QCOMPARE(black.first(), QPoint(20, 10));
@@ -261,9 +175,7 @@ void TestImageUtil::thresholdersAcceptOtherDepths_data()
 void TestImageUtil::thresholdersAcceptOtherDepths()
 {
     QFETCH(int, format);
-    QImage reference = filled(48, 40, WHITE);
-    paintRect(reference, QRect(10, 8, 6, 5), BLACK);
-    paintRect(reference, QRect(30, 20, 3, 12), BLACK);
+    const QImage reference = withBlack(filled(48, 40, WHITE), { { 10, 8, 6, 5 }, { 30, 20, 3, 12 } });
     QImage other = reference.convertToFormat(QImage::Format(format));
     QVERIFY(other.depth() != 32);
 
@@ -342,8 +254,8 @@ void TestImageUtil::integralThresholdKnownAnswers()
     QCOMPARE(blackPoints(result), QVector<QPoint>{QPoint(5, 5)});
 
     // Fewer than 16 rows leave a half window of 0: nothing is black.
-    QImage shallow = filled(16, 15, BLACK);
-    paintRect(shallow, QRect(0, 0, 16, 7), WHITE);
+    QImage shallow = filled(16, 15, WHITE);
+    shallow = withBlack(shallow, { { 0, 7, 16, 8 } });
     QVERIFY(blackPoints(ImageUtil::getBWImageImproveOTSU(shallow)).isEmpty());
 }
 
