@@ -32,32 +32,25 @@ struct Folder
     std::function<void()> remove;
 };
 
-Folder make(Kind kind)
+template <typename Box>
+Folder wrap(Box* box, void (Box::*remove)())
 {
     Folder f;
-    if (kind == INBOX) {
-        auto* box = new ReceiveBoxWidget;
-        f.rebuild = [box] { box->reacquire(); };
-        f.chosen = [box] { return box->getSelectItemPath(); };
-        f.faxes = [box]() -> const QList<Fax>& { return box->faxes(); };
-        f.remove = [box] { box->actionDelete(); };
-        f.widget.reset(box);
-    } else if (kind == OUTBOX) {
-        auto* box = new SendBoxWidget;
-        f.rebuild = [box] { box->reacquire(); };
-        f.chosen = [box] { return box->getSelectItemPath(); };
-        f.faxes = [box]() -> const QList<Fax>& { return box->faxes(); };
-        f.remove = [box] { box->actionDelete(); };
-        f.widget.reset(box);
-    } else {
-        auto* box = new DeleteBoxWidget;
-        f.rebuild = [box] { box->reacquire(); };
-        f.chosen = [box] { return box->getSelectItemPath(); };
-        f.faxes = [box]() -> const QList<Fax>& { return box->faxes(); };
-        f.remove = [box] { box->deletePermanently(); };
-        f.widget.reset(box);
-    }
+    f.widget.reset(box);
+    f.rebuild = [box] { box->reacquire(); };
+    f.chosen = [box] { return box->getSelectItemPath(); };
+    f.faxes = [box]() -> const QList<Fax>& { return box->faxes(); };
+    f.remove = [box, remove] { (box->*remove)(); };
     return f;
+}
+
+Folder make(Kind kind)
+{
+    if (kind == INBOX)
+        return wrap(new ReceiveBoxWidget, &ReceiveBoxWidget::actionDelete);
+    if (kind == OUTBOX)
+        return wrap(new SendBoxWidget, &SendBoxWidget::actionDelete);
+    return wrap(new DeleteBoxWidget, &DeleteBoxWidget::deletePermanently);
 }
 
 // A fax of the folder's kind; an unread one in the inbox.
