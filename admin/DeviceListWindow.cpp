@@ -18,6 +18,7 @@ DeviceListWindow::DeviceListWindow(QWidget* parent)
     connect(m_manage, &DeviceManageWidget::display, ui->stackedWidget, &QStackedWidget::setCurrentIndex);
     connect(m_manage, &DeviceManageWidget::deleteDeviceSuccess, this, &DeviceListWindow::deleteDeviceResult);
     connect(m_manage, &DeviceManageWidget::reconnectDeviceSuccess, this, &DeviceListWindow::reconnectDeviceResult);
+    connect(m_manage, &DeviceManageWidget::renameDeviceSuccess, m_list, &DeviceListWidget::reacquire);
 }
 
 DeviceListWindow::~DeviceListWindow()

@@ -351,11 +351,10 @@ void DeviceManageThread::deleteFax(Device& device, QString& taskID)
 void DeviceManageThread::distributeFax(Device& device, QString& taskID, QString& recvList)
 {
     DoneGuard done(this);
-    QString reply;
-    command(device,
-            action(QStringLiteral("DISTRIBUTE_FAX")) + element(QStringLiteral("TASKID"), taskID)
-                + element(QStringLiteral("RECV_LIST"), recvList),
-            &reply);
+    feedbackCommand(device,
+                    action(QStringLiteral("DISTRIBUTE_FAX")) + element(QStringLiteral("TASKID"), taskID)
+                        + element(QStringLiteral("RECV_LIST"), recvList),
+                    &DeviceManageThread::returnSettingResult);
 }
 
 void DeviceManageThread::rebootDevice(Device& device)

@@ -165,6 +165,24 @@ void DeviceManageWidget::changeDeviceAccountFail(QString& message)
 
 void DeviceManageWidget::changeDeviceAccountSuccess(Device& device)
 {
+    // Another account sees other faxes: this device's local ones would go. The account is
+    // known to work by now, so only this question stands between the user and the change.
+    if (device.deviceName != m_device.deviceName) {
+        const int faxes = DatabaseManager().countDeviceFaxes(m_device);
+        if (faxes > 0
+            && MessageBoxUtil::question(this, QStringLiteral("Velkor"),
+                                        tr("更改设备账号将删除本机保存的此设备的全部传真（共%1份，包括已删除的传真）。"
+                                           "确定要更改吗？")
+                                            .arg(faxes),
+                                        QMessageBox::Warning)
+                != QMessageBox::Yes) {
+            if (m_accountDialog) {
+                m_accountDialog->setBusy(false);
+                m_accountDialog->close();
+            }
+            return;
+        }
+    }
     if (m_accountDialog) {
         m_accountDialog->setBusy(false);
         m_accountDialog->close();
@@ -224,12 +242,18 @@ void DeviceManageWidget::showSetHighOptionResult(bool ok)
 {
     if (m_newName.isEmpty())
         return;
+    const QString name = m_newName;
     m_newName.clear();
-    // The local record keeps its name: the next login brings the new one.
-    if (ok)
-        MessageBoxUtil::infoMsg(this, tr("Velkor 消息"), tr("修改设备名称成功"));
-    else
+    if (!ok) {
         MessageBoxUtil::warningMsg(this, tr("Velkor 消息"), tr("修改设备名称失败"));
+        return;
+    }
+    // Everything that shows the name reads the store or hears of the change.
+    m_device.serverName = name;
+    DatabaseManager().updateDevice(m_device);
+    showIdentity();
+    emit renameDeviceSuccess(m_device);
+    MessageBoxUtil::infoMsg(this, tr("Velkor 消息"), tr("修改设备名称成功"));
 }
 
 void DeviceManageWidget::on_button_voice_monitor_clicked()

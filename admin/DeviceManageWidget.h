@@ -48,6 +48,8 @@ signals:
     void display(int index);
     void deleteDeviceSuccess();
     void reconnectDeviceSuccess(Device& device);
+    // The device's name changed on the device and in the store.
+    void renameDeviceSuccess(Device& device);
 
 public slots:
     void setDevice(Device& device);

@@ -2,6 +2,7 @@
 #include "ui_FaxDistributeDialog.h"
 
 #include "DeviceController.h"
+#include "MessageBoxUtil.h"
 
 #include <QHeaderView>
 #include <QStringList>
@@ -38,6 +39,7 @@ FaxDistributeDialog::FaxDistributeDialog(Device& device, QString& taskID, QWidge
     connect(m_controller, &DeviceController::returnUserList, this, &FaxDistributeDialog::showUserList);
     connect(m_controller, &DeviceController::busyChanged, this, &FaxDistributeDialog::setBusy);
     connect(m_controller, &DeviceController::commandFinished, this, &FaxDistributeDialog::commandFinished);
+    connect(m_controller, &DeviceController::returnSettingResult, this, &FaxDistributeDialog::distributed);
     emit m_controller->getUserList(m_device);
 }
 
@@ -85,6 +87,7 @@ void FaxDistributeDialog::on_button_ok_clicked()
     for (int row = 0; row < ui->table_distribute_to->rowCount(); ++row)
         names << ui->table_distribute_to->item(row, 0)->text();
     QString list = names.join(QLatin1Char(','));
+    m_names = names.join(QStringLiteral(", "));
     m_distributing = true;
     emit m_controller->distributeFax(m_device, m_taskID, list);
     // The window goes at once; the dialog itself (and its worker) stays until the device has
@@ -92,10 +95,24 @@ void FaxDistributeDialog::on_button_ok_clicked()
     hide();
 }
 
+void FaxDistributeDialog::distributed(QString& feedback)
+{
+    m_feedback = feedback;
+}
+
+// The window is hidden by now: the answer is told over the folder that opened it.
 void FaxDistributeDialog::commandFinished()
 {
-    if (m_distributing && !m_controller->isBusy())
-        close();
+    if (!m_distributing || m_controller->isBusy())
+        return;
+    const QString title = tr("内部分发");
+    if (m_feedback == QLatin1String("OK"))
+        MessageBoxUtil::infoMsg(parentWidget(), title, tr("传真已分发给：%1").arg(m_names));
+    else if (m_feedback.isEmpty())
+        MessageBoxUtil::warningMsg(parentWidget(), title, tr("内部分发失败：设备没有应答。"));
+    else
+        MessageBoxUtil::warningMsg(parentWidget(), title, tr("内部分发失败：%1").arg(m_feedback));
+    close();
 }
 
 void FaxDistributeDialog::on_button_cancel_clicked()

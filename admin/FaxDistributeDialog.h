@@ -36,6 +36,7 @@ private slots:
     void on_button_cancel_clicked();
     void setBusy(bool busy);
     void commandFinished();
+    void distributed(QString& feedback);
 
 protected:
     void changeEvent(QEvent* event) override;
@@ -48,4 +49,6 @@ private:
     QString m_taskID; // the device's task number of the fax, decimal
     DeviceController* m_controller;
     bool m_distributing = false;
+    QString m_names;    // those the fax goes to, while it goes
+    QString m_feedback; // the device's answer; empty when none came
 };

@@ -204,10 +204,10 @@ void UserAccountWidget::on_button_apply_clicked()
 void UserAccountWidget::modifyUserResult(QString& feedback)
 {
     if (feedback != QLatin1String("OK")) {
-        MessageBoxUtil::warningMsg(this, tr("Velkor 消息"), tr("用户信息修改失败"));
+        MessageBoxUtil::warningMsg(this, tr("Velkor 消息"), m_adding ? tr("添加用户失败") : tr("用户信息修改失败"));
         return;
     }
-    MessageBoxUtil::infoMsg(this, tr("Velkor 消息"), tr("用户信息修改成功"));
+    MessageBoxUtil::infoMsg(this, tr("Velkor 消息"), m_adding ? tr("添加成功") : tr("用户信息修改成功"));
     if (!m_adding)
         return;
     leaveAddMode();

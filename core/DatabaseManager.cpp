@@ -544,6 +544,14 @@ bool DatabaseManager::nativeDeleteFax(Device& device)
     return run(QStringLiteral("DELETE FROM FAXES WHERE device_id = ?"), {device.id});
 }
 
+int DatabaseManager::countDeviceFaxes(Device& device)
+{
+    QSqlQuery query(ConnectionPool::openConnection());
+    return run(query, QStringLiteral("SELECT count(*) FROM FAXES WHERE device_id = ?"), {device.id}) && query.next()
+        ? query.value(0).toInt()
+        : 0;
+}
+
 void DatabaseManager::updateDevice(Device& device)
 {
     run(QStringLiteral("UPDATE DEVICES SET localIP = ?, serverName = ? WHERE id = ? AND user_id = ?"),

@@ -33,6 +33,8 @@ public:
     QList<Device> queryDevices();
     bool deleteDevice(Device& device);
     bool nativeDeleteFax(Device& device);
+    // The local faxes of the device, in every folder: what nativeDeleteFax would remove.
+    int countDeviceFaxes(Device& device);
     void updateDevice(Device& device);
     void updateDeviceLocalIP(Device& device);
     void updateDeviceRemoteIP(Device& device);

@@ -32,11 +32,15 @@ QStringList DialogUtil::getOpenFileNames(QWidget* parent, const QString& caption
 }
 
 QString DialogUtil::getSaveFileName(QWidget* parent, const QString& caption, const QString& dir,
-                                    const QString& filter)
+                                    const QString& filter, QString* selectedFilter)
 {
-    if (!queued.isEmpty())
-        return queued.dequeue().text;
-    return QFileDialog::getSaveFileName(parent, caption, dir, filter);
+    if (!queued.isEmpty()) {
+        const QStringList lines = queued.dequeue().text.split('\n');
+        if (selectedFilter)
+            *selectedFilter = lines.value(1);
+        return lines.first();
+    }
+    return QFileDialog::getSaveFileName(parent, caption, dir, filter, selectedFilter);
 }
 
 QString DialogUtil::getExistingDirectory(QWidget* parent, const QString& caption, const QString& dir)

@@ -7,9 +7,12 @@
 #include "FaxItemDelegate.h"
 #include "FaxOptionDialog.h"
 #include "FaxPageWidget.h"
+#include "FaxPdfWriter.h"
+#include "FaxPrinter.h"
 #include "ImageUtil.h"
 #include "LogUtil.h"
 #include "MessageBoxUtil.h"
+#include "PageFit.h"
 #include "PdfPageLoader.h"
 #include "SelectContactDialog.h"
 #include "SelectDeviceWidget.h"
@@ -18,6 +21,7 @@
 #include "TextNoteWidget.h"
 #include "TiffUtil.h"
 
+#include <QActionGroup>
 #include <QApplication>
 #include <QCloseEvent>
 #include <QBitmap>
@@ -28,6 +32,8 @@
 #include <QPainter>
 #include <QPointer>
 #include <QProgressDialog>
+#include <QRegularExpression>
+#include <QSaveFile>
 #include <QScrollBar>
 #include <QSet>
 #include <QTimer>
@@ -119,6 +125,8 @@ FaxDetailWindow::FaxDetailWindow(const Fax& fax, QWidget* parent)
     m_pageEdit->setAlignment(Qt::AlignCenter);
     m_pageEditAction = ui->toolBar_page->insertWidget(ui->action_next_page, m_pageEdit);
     setupIcons();
+    addViewActions();
+    ui->scrollArea->installEventFilter(this);
 
     connect(ui->action_from_file, &QAction::triggered, this, &FaxDetailWindow::select_picture);
     connect(ui->action_send, &QAction::triggered, this, &FaxDetailWindow::send_fax);
@@ -194,6 +202,30 @@ void FaxDetailWindow::setupIcons()
     ui->action_zoom_in->setIcon(drawnIcon('+'));
     ui->action_zoom_out->setIcon(drawnIcon('-'));
     ui->action_split_page->setIcon(drawnIcon('s'));
+}
+
+void FaxDetailWindow::addViewActions()
+{
+    auto* fits = new QActionGroup(this);
+    m_fitPageAction = new QAction(tr("适合页面"), fits);
+    m_fitPageAction->setObjectName(QStringLiteral("action_fit_page"));
+    m_fitWidthAction = new QAction(tr("适合宽度"), fits);
+    m_fitWidthAction->setObjectName(QStringLiteral("action_fit_width"));
+    for (QAction* fit : fits->actions())
+        fit->setCheckable(true);
+    (PageFit::mode() == PageFit::FIT_WIDTH ? m_fitWidthAction : m_fitPageAction)->setChecked(true);
+    ui->toolBar_page->insertActions(ui->action_split_page, fits->actions());
+    ui->menu_page->insertActions(ui->action_split_page, fits->actions());
+    connect(m_fitPageAction, &QAction::triggered, this, &FaxDetailWindow::fitPage);
+    connect(m_fitWidthAction, &QAction::triggered, this, &FaxDetailWindow::fitWidth);
+
+    m_printAction = new QAction(tr("打印"), this);
+    m_printAction->setObjectName(QStringLiteral("action_print"));
+    m_printAction->setIcon(QIcon::fromTheme(QStringLiteral("document-print"),
+                                            style()->standardIcon(QStyle::SP_FileDialogContentsView)));
+    ui->toolBar->addAction(m_printAction);
+    ui->menu_fax->insertAction(ui->action_page_save, m_printAction);
+    connect(m_printAction, &QAction::triggered, this, &FaxDetailWindow::printPages);
 }
 
 void FaxDetailWindow::applyMode()
@@ -430,6 +462,7 @@ void FaxDetailWindow::updateNavigation()
     ui->action_previous_page->setEnabled(rows > 0 && currentPage > 0);
     ui->action_next_page->setEnabled(currentPage < rows - 1);
     ui->action_delete_page->setEnabled(rows >= 2);
+    m_printAction->setEnabled(rows > 0);
     m_pageEdit->setText(QStringLiteral("%1 / %2").arg(rows > 0 ? currentPage + 1 : 0).arg(rows));
 }
 
@@ -447,14 +480,60 @@ void FaxDetailWindow::showEvent(QShowEvent* event)
 
 void FaxDetailWindow::displayCurrent()
 {
+    showAtSize(m_zoomSize.isEmpty() ? PageFit::inArea(m_currentImage.size(), ui->scrollArea, PageFit::mode())
+                                    : m_zoomSize);
+}
+
+void FaxDetailWindow::showAtSize(const QSize& size)
+{
     QPixmap shown;
-    if (m_zoomSize.isEmpty() || m_currentImage.isNull())
-        shown = QPixmap::fromImage(m_currentImage);
-    else
-        shown = QPixmap::fromImage(m_currentImage.scaled(m_zoomSize, Qt::KeepAspectRatio, Qt::FastTransformation));
+    if (!m_currentImage.isNull())
+        shown = QPixmap::fromImage(size.isEmpty() ? m_currentImage : PageFit::scaled(m_currentImage, size));
+    const int before = ui->label_2->pixmap(Qt::ReturnByValue).width();
     ui->label_2->setPixmap(shown);
     ui->label_2->setSourceSize(m_currentImage.size());
     ui->label_2->adjustSize();
+    // Open notes keep their place on the page and their size in page pixels.
+    if (before > 0 && !shown.isNull() && shown.width() != before) {
+        const double ratio = double(shown.width()) / before;
+        for (TextNoteWidget* note : ui->label_2->findChildren<TextNoteWidget*>()) {
+            note->move(note->pos() * ratio);
+            note->setDisplayScale(1.0 / ui->label_2->sourceScale());
+        }
+    }
+}
+
+bool FaxDetailWindow::eventFilter(QObject* watched, QEvent* event)
+{
+    // A fitted page follows the size of the view.
+    if (watched == ui->scrollArea && event->type() == QEvent::Resize && m_zoomSize.isEmpty()
+        && !m_currentImage.isNull())
+        displayCurrent();
+    return QMainWindow::eventFilter(watched, event);
+}
+
+void FaxDetailWindow::chooseFit(int mode)
+{
+    PageFit::setMode(PageFit::Mode(mode));
+    m_zoomSize = QSize();
+    displayCurrent();
+}
+
+void FaxDetailWindow::fitPage()
+{
+    chooseFit(PageFit::FIT_PAGE);
+}
+
+void FaxDetailWindow::fitWidth()
+{
+    chooseFit(PageFit::FIT_WIDTH);
+}
+
+void FaxDetailWindow::printPages()
+{
+    if (m_model->rowCount() == 0)
+        return;
+    FaxPrinter::print(this, m_model->rowCount(), [this](int row) { return pageImage(row); });
 }
 
 void FaxDetailWindow::previousPage()
@@ -542,29 +621,18 @@ void FaxDetailWindow::rotateCurrent(int quarterTurns)
     displayCurrent();
 }
 
+// Zooming starts from the size shown, fitted or zoomed. A fitted page may lie outside the
+// limits; only a zoom step is held by them.
 void FaxDetailWindow::zoomBy(int numerator)
 {
-    if (m_currentImage.isNull())
+    const QSize base = m_zoomSize.isEmpty() ? ui->label_2->pixmap(Qt::ReturnByValue).size() : m_zoomSize;
+    if (m_currentImage.isNull() || base.isEmpty())
         return;
-    const QSize base = m_zoomSize.isEmpty() ? m_currentImage.size() : m_zoomSize;
     const QSize next(base.width() * numerator / 10, base.height() * numerator / 10);
-    if (next.width() < ZOOM_MIN_WIDTH || next.width() > ZOOM_MAX_WIDTH)
+    if ((numerator > 10 && next.width() > ZOOM_MAX_WIDTH) || (numerator < 10 && next.width() < ZOOM_MIN_WIDTH))
         return;
-    const QPixmap shown =
-        QPixmap::fromImage(m_currentImage.scaled(next, Qt::KeepAspectRatio, Qt::FastTransformation));
-    const int before = ui->label_2->pixmap(Qt::ReturnByValue).width();
-    m_zoomSize = shown.size();
-    ui->label_2->setPixmap(shown);
-    ui->label_2->setSourceSize(m_currentImage.size());
-    ui->label_2->adjustSize();
-    // Open notes keep their place on the page and their size in page pixels.
-    if (before > 0) {
-        const double ratio = double(shown.width()) / before;
-        for (TextNoteWidget* note : ui->label_2->findChildren<TextNoteWidget*>()) {
-            note->move(note->pos() * ratio);
-            note->setDisplayScale(1.0 / ui->label_2->sourceScale());
-        }
-    }
+    showAtSize(next);
+    m_zoomSize = ui->label_2->pixmap(Qt::ReturnByValue).size();
 }
 
 void FaxDetailWindow::zoomIn()
@@ -816,17 +884,37 @@ void FaxDetailWindow::on_action_page_save_triggered()
     const FaxPage page = pageAt(currentPage);
     const QString proposed = QStandardPaths::writableLocation(QStandardPaths::PicturesLocation) + "/" +
                              tr("传真第%1页").arg(page.pageIndex + 1);
+    // A report is kept as a document, a page of a fax first of all as a picture.
+    QStringList filters{QStringLiteral("PNG(*.png)"), QStringLiteral("JPEG(*.jpg)"), QStringLiteral("PDF(*.pdf)")};
+    if (m_fax.editorMode == MODE_REPORT)
+        filters.move(2, 0);
+    QString chosen;
     QString path = DialogUtil::getSaveFileName(this, QStringLiteral("Save Image"), proposed,
-                                               QStringLiteral("PNG(*.png);;JPEG(*.jpg)"));
+                                               filters.join(QStringLiteral(";;")), &chosen);
     if (path.isEmpty())
         return;
-    const QString suffix = QFileInfo(path).suffix().toLower();
-    const char* format = "PNG";
-    if (suffix == QLatin1String("jpg") || suffix == QLatin1String("jpeg"))
-        format = "JPG";
-    else if (suffix != QLatin1String("png"))
-        path += QStringLiteral(".png");
-    if (!pageImage(currentPage).save(path, format))
+    // A suffix typed with the name decides; without one, the filter chosen in the dialog.
+    static const QStringList known{QStringLiteral("png"), QStringLiteral("jpg"), QStringLiteral("jpeg"),
+                                   QStringLiteral("pdf")};
+    QString suffix = QFileInfo(path).suffix().toLower();
+    if (!known.contains(suffix)) {
+        const QRegularExpressionMatch match
+            = QRegularExpression(QStringLiteral("\\*\\.(\\w+)")).match(chosen.isEmpty() ? filters.first() : chosen);
+        suffix = match.hasMatch() ? match.captured(1) : QStringLiteral("png");
+        path += QLatin1Char('.') + suffix;
+    }
+    const QImage image = pageImage(currentPage);
+    bool saved = false;
+    if (suffix == QLatin1String("pdf")) {
+        saved = FaxPdfWriter::writeFile(QList<QImage>{image}, path);
+    } else {
+        QSaveFile out(path);
+        saved = out.open(QIODevice::WriteOnly) && image.save(&out, suffix == QLatin1String("png") ? "PNG" : "JPG")
+                && out.commit();
+    }
+    if (saved)
+        MessageBoxUtil::infoMsg(this, tr("Velkor 消息"), tr("已保存为 %1").arg(path));
+    else
         MessageBoxUtil::warningMsg(this, tr("Velkor 消息"), tr("无法保存图片：%1").arg(path));
 }
 

@@ -91,6 +91,11 @@ public slots:
     void addText();
     void splitPage();
     void on_action_page_save_triggered();
+    // Prints the pages in list order through the printing of the folders.
+    void printPages();
+    // Shows the page whole, or as wide as the view, from now on (remembered).
+    void fitPage();
+    void fitWidth();
 
     void showSelectContact(QList<Contact>& contacts);
     void handlerTransformFax(QList<Fax>& faxes);
@@ -112,6 +117,7 @@ private slots:
 protected:
     void closeEvent(QCloseEvent* event) override;
     void showEvent(QShowEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     void applyMode();
@@ -140,8 +146,12 @@ private:
     // Moves the current page to row to; it stays current and shown.
     void movePage(int to);
     void updateNavigation();
-    // Shows the current image at the current zoom.
+    void addViewActions();
+    // Shows the current image at the current zoom, or fitted to the view before any zoom.
     void displayCurrent();
+    // Shows the current image at this size; open notes keep their place on the page.
+    void showAtSize(const QSize& size);
+    void chooseFit(int mode);
     void zoomBy(int numerator);
     void discardNotes();
     // Renders the pages of a PDF; false when it does not open. Sets cancelled when the user
@@ -160,12 +170,15 @@ private:
     int physicalDpiX = 96;
     int physicalDpiY = 96;
     QImage m_currentImage;
-    QSize m_zoomSize; // 0 x 0 until the first zoom
+    QSize m_zoomSize; // 0 x 0 until the first zoom: the page is fitted to the view until then
     bool m_splitMode = false;
     bool m_signMode = false;
     QPixmap m_signPixmap;
     QLineEdit* m_pageEdit = nullptr;
     QAction* m_pageEditAction = nullptr;
+    QAction* m_fitPageAction = nullptr;
+    QAction* m_fitWidthAction = nullptr;
+    QAction* m_printAction = nullptr;
     SendFaxController* m_controller = nullptr;
     bool m_loading = false;
     bool m_rearranging = false;

@@ -6,9 +6,11 @@
 #include "FaxRows.h"
 #include "FaxStatus.h"
 #include "FaxTable.h"
+#include "MessageBoxUtil.h"
 
 #include <QCursor>
 #include <QEvent>
+#include <QItemSelectionModel>
 #include <QMenu>
 
 namespace {
@@ -25,6 +27,8 @@ DeleteBoxWidget::DeleteBoxWidget(QWidget* parent)
     FaxTable::setup(ui->tableWidget, headers(), QHeaderView::Interactive);
     m_rows = std::make_unique<FaxRows>(this, ui->tableWidget, ui->imageViewer, m_faxes,
                                        [this](int row, const Fax& fax) { setDatas(row, fax); });
+    connect(ui->tableWidget->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
+            &DeleteBoxWidget::currentFaxChanged);
     reacquire();
     // A first start fits the columns to what they hold; later starts take the user's widths.
     ui->tableWidget->resizeColumnsToContents();
@@ -65,9 +69,7 @@ void DeleteBoxWidget::setDatas(int row, const Fax& fax)
 
 void DeleteBoxWidget::reacquire()
 {
-    m_faxes = DatabaseManager().queryDeleteFaxes();
-    ui->tableWidget->clearContents();
-    m_rows->showAll();
+    m_rows->showAll(DatabaseManager().queryDeleteFaxes());
 }
 
 void DeleteBoxWidget::addFax(QList<Fax>& faxes)
@@ -101,13 +103,17 @@ void DeleteBoxWidget::restore()
 // Only the record goes: the fax file stays on disk, as a deleted fax is still the user's paper.
 void DeleteBoxWidget::deletePermanently()
 {
+    if (m_rows->currentRow() < 0
+        || MessageBoxUtil::question(this, tr("Velkor 消息"), tr("永久删除这份传真？它将无法还原。"), QMessageBox::Warning)
+            != QMessageBox::Yes)
+        return;
     if (std::optional<Fax> fax = m_rows->takeCurrent())
         DatabaseManager().permanentlyDelete(*fax);
 }
 
 void DeleteBoxWidget::on_tableWidget_clicked(const QModelIndex& index)
 {
-    m_rows->preview(index.row());
+    m_rows->choose(index.row());
 }
 
 void DeleteBoxWidget::on_tableWidget_doubleClicked(const QModelIndex& index)

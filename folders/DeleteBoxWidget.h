@@ -50,6 +50,8 @@ signals:
     // The main window gives the fax back to the inbox or the outbox by its tag.
     void restoreFax(Fax& fax);
     void showFaxDetailWindow(Fax& fax);
+    // Another row (or none) is current: the fax the commands act on has changed.
+    void currentFaxChanged();
 
 protected:
     void changeEvent(QEvent* event) override;

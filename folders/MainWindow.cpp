@@ -13,6 +13,7 @@
 #include "FaxDetailWindow.h"
 #include "FaxTray.h"
 #include "FaxPdfWriter.h"
+#include "FaxPrinter.h"
 #include "LogUtil.h"
 #include "MessageBoxUtil.h"
 #include "MyUDPTask.h"
@@ -30,9 +31,6 @@
 #include <QEvent>
 #include <QFileInfo>
 #include <QLabel>
-#include <QPainter>
-#include <QPrintDialog>
-#include <QPrinter>
 #include <QStandardPaths>
 #include <QStyle>
 #include <QTimer>
@@ -81,6 +79,9 @@ MainWindow::MainWindow(QWidget* parent)
     connect(m_deleteBox, &DeleteBoxWidget::showFaxDetailWindow, this, &MainWindow::showFaxDetailWindow);
     connect(m_sendBox, &SendBoxWidget::showTransReport, this, &MainWindow::showReportWindow);
     connect(m_deleteBox, &DeleteBoxWidget::restoreFax, this, &MainWindow::restoreFax);
+    connect(m_receiveBox, &ReceiveBoxWidget::currentFaxChanged, this, &MainWindow::updateFaxActions);
+    connect(m_sendBox, &SendBoxWidget::currentFaxChanged, this, &MainWindow::updateFaxActions);
+    connect(m_deleteBox, &DeleteBoxWidget::currentFaxChanged, this, &MainWindow::updateFaxActions);
 
     connectActions();
     setActionIcons();
@@ -176,6 +177,18 @@ void MainWindow::setActionIcons()
 void MainWindow::showPage(int index)
 {
     ui->stackedWidget->setCurrentIndex(index);
+    updateFaxActions();
+}
+
+void MainWindow::updateFaxActions()
+{
+    const int page = ui->stackedWidget->currentIndex();
+    const bool chosen = selectedFax().id != 0;
+    ui->action_print->setEnabled(chosen);
+    ui->action_save_as->setEnabled(chosen);
+    ui->action_delete->setEnabled(chosen);
+    ui->action_reply->setEnabled(chosen && page == PAGE_INBOX);
+    ui->action_forward->setEnabled(chosen && page != PAGE_DELETED);
 }
 
 void MainWindow::on_treeWidget_itemClicked(QTreeWidgetItem* item, int)
@@ -409,46 +422,12 @@ void MainWindow::actionPrint()
 
 void MainWindow::printMethod(Fax& fax)
 {
-    QPrinter printer(QPrinter::HighResolution);
-    printer.setPageSize(QPageSize(QPageSize::A4));
-    QPrintDialog dialog(&printer, this);
-    dialog.setWindowTitle(QStringLiteral("Print Document"));
-    if (dialog.exec() != QDialog::Accepted)
+    // A fax whose file is gone would print as blank paper.
+    if (TiffUtil::getTiffPage(fax.filepath) == 0) {
+        MessageBoxUtil::warningMsg(this, tr("Velkor 消息"), tr("无法读取传真文件：%1").arg(fax.filepath));
         return;
-    printPages(fax.filepath, &printer);
-}
-
-QPair<int, int> MainWindow::printFactors(const QRect& paper, const QSize& pixmapSize)
-{
-    const int paperWidth = paper.right() - paper.left() + 1;
-    const int paperHeight = paper.bottom() - paper.top() + 1;
-    const int x = pixmapSize.width() > 0 ? paperWidth / pixmapSize.width() : 0;
-    const int y = pixmapSize.height() > 0 ? paperHeight / pixmapSize.height() : 0;
-    return {x, y};
-}
-
-bool MainWindow::printPages(const QString& tiffPath, QPrinter* printer)
-{
-    QPainter painter;
-    if (!painter.begin(printer))
-        return false;
-    const QRect paper = printer->paperRect(QPrinter::DevicePixel).toRect();
-    // Page by page, so a long fax never stands decoded all at once.
-    const int count = TiffUtil::getTiffPage(tiffPath);
-    for (int i = 0; i < count; ++i) {
-        const QImage image = TiffUtil::tiffPageToImg(tiffPath, i);
-        if (image.isNull())
-            break;
-        if (i > 0)
-            printer->newPage();
-        const QPixmap pixmap = QPixmap::fromImage(image);
-        const QPair<int, int> factors = printFactors(paper, pixmap.size());
-        painter.save();
-        painter.scale(factors.first, factors.second);
-        painter.drawPixmap(0, 0, pixmap);
-        painter.restore();
     }
-    return painter.end();
+    FaxPrinter::printFax(this, fax.filepath);
 }
 
 QString MainWindow::pdfFileName(const QString& chosen)
@@ -472,6 +451,8 @@ void MainWindow::savePdf(Fax& fax)
     const QString target = pdfFileName(chosen);
     if (!FaxPdfWriter::writeFax(fax.filepath, target))
         MessageBoxUtil::warningMsg(this, tr("Velkor 消息"), tr("无法写入文件 %1").arg(target));
+    else
+        MessageBoxUtil::infoMsg(this, tr("Velkor 消息"), tr("已保存为 %1").arg(target));
 }
 
 void MainWindow::showLanguageDialog()

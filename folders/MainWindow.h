@@ -16,7 +16,6 @@ class FaxTray;
 
 class MyUDPTask;
 class QLabel;
-class QPrinter;
 class QTreeWidgetItem;
 class ReceiveBoxWidget;
 class SendBoxWidget;
@@ -45,11 +44,6 @@ public:
     DestopTip* lastTip() const { return m_tip; }
     FaxTray* tray() const { return m_tray; }
 
-    // Draws the pages of a fax file on a printer that is ready, one page at a time.
-    static bool printPages(const QString& tiffPath, QPrinter* printer);
-    // The integer factors by which a page of pixmapSize is scaled onto paper: paper width over
-    // pixmap width and height over height, each 0 for an empty pixmap.
-    static QPair<int, int> printFactors(const QRect& paper, const QSize& pixmapSize);
     // The save name the user chose, with ".pdf" appended when it has no suffix.
     static QString pdfFileName(const QString& chosen);
 
@@ -104,6 +98,8 @@ private:
     void clearSelectionItems();
     // The fax of the folder shown, an empty Fax when no row is current.
     Fax selectedFax() const;
+    // Print, save and delete need a fax, reply and forward a fax of their own folders.
+    void updateFaxActions();
     void openEditor(Fax fax, int mode);
     FaxDetailWindow* newEditor(const Fax& fax);
     void printMethod(Fax& fax);

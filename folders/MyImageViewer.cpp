@@ -3,6 +3,7 @@
 #include "ui_MyImageViewer.h"
 
 #include "MessageBoxUtil.h"
+#include "PageFit.h"
 #include "TiffUtil.h"
 
 #include <QEvent>
@@ -11,7 +12,6 @@
 
 namespace {
 // Zoom factors in tenths of the remembered size.
-constexpr int ZOOM_OPEN = 6;
 constexpr int ZOOM_IN = 12;
 constexpr int ZOOM_OUT = 8;
 constexpr int ZOOM_KEEP = 10;
@@ -51,6 +51,8 @@ MyImageViewer::MyImageViewer(QWidget* parent)
     // A grey surround shows where the white page ends.
     ui->label_image->setBackgroundRole(QPalette::Dark);
     ui->label_image->setAutoFillBackground(true);
+    showFitMode(PageFit::mode());
+    ui->scrollArea->installEventFilter(this);
 }
 
 MyImageViewer::~MyImageViewer()
@@ -107,15 +109,42 @@ QImage MyImageViewer::pageImage(int index)
     return page;
 }
 
-// A page always starts afresh: no rotation, no remembered size, six tenths of its size. A new
-// file does the same, or the zoom of the last file would carry over to it.
+// A page always starts afresh: no rotation, fitted to the view. A new file does the same, or
+// the zoom of the last file would carry over to it.
 void MyImageViewer::showPage(const QImage& page)
 {
     m_rotation = 0;
-    m_width = 0;
-    m_height = 0;
     m_page = page;
-    upgradeFileInfo(m_page, m_rotation, ZOOM_OPEN);
+    fit();
+}
+
+// The other previews and the viewer share the choice, so it is read anew each time.
+void MyImageViewer::showFitMode(int mode)
+{
+    ui->button_fit_width->setChecked(mode == PageFit::FIT_WIDTH);
+    ui->button_fit_page->setChecked(mode != PageFit::FIT_WIDTH);
+}
+
+void MyImageViewer::fit()
+{
+    const PageFit::Mode mode = PageFit::mode();
+    showFitMode(mode);
+    if (m_page.isNull())
+        return;
+    const bool across = m_rotation % 2 == 1;
+    const QSize shown = PageFit::inArea(across ? m_page.size().transposed() : m_page.size(), ui->scrollArea, mode);
+    if (shown.isEmpty())
+        return;
+    m_fitted = true;
+    m_width = across ? shown.height() : shown.width();
+    m_height = across ? shown.width() : shown.height();
+    upgradeFileInfo(m_page, m_rotation, ZOOM_KEEP);
+}
+
+void MyImageViewer::chooseFit(int mode)
+{
+    PageFit::setMode(PageFit::Mode(mode));
+    fit();
 }
 
 void MyImageViewer::upgradeFileInfo(QImage image, int rotation, int zoom)
@@ -125,12 +154,14 @@ void MyImageViewer::upgradeFileInfo(QImage image, int rotation, int zoom)
         m_height = image.height();
     }
     const int width = zoom * m_width / 10;
-    if (width < MIN_WIDTH || width > MAX_WIDTH)
+    // A fitted page may lie outside the limits; only a zoom step is held by them.
+    if ((zoom > ZOOM_KEEP && width > MAX_WIDTH) || (zoom < ZOOM_KEEP && width < MIN_WIDTH))
         return;
     const int height = zoom * m_height / 10;
-    QImage scaled = image.scaled(width, height, Qt::KeepAspectRatio, Qt::FastTransformation);
+    QImage scaled = PageFit::scaled(image, QSize(width, height));
     // Zoom in and out compound on what is shown; zoom 10 (a rotation) keeps the size.
     if (zoom != ZOOM_KEEP) {
+        m_fitted = false;
         m_width = scaled.width();
         m_height = scaled.height();
     }
@@ -190,16 +221,40 @@ void MyImageViewer::on_button_zoom_out_clicked()
     upgradeFileInfo(m_page, m_rotation, ZOOM_OUT);
 }
 
+// A fitted page is fitted again as turned; a zoomed one keeps its zoom.
 void MyImageViewer::on_button_left_rotate_clicked()
 {
     m_rotation = (m_rotation + 3) % 4;
-    upgradeFileInfo(m_page, m_rotation, ZOOM_KEEP);
+    if (m_fitted)
+        fit();
+    else
+        upgradeFileInfo(m_page, m_rotation, ZOOM_KEEP);
 }
 
 void MyImageViewer::on_button_right_rotate_clicked()
 {
     m_rotation = (m_rotation + 1) % 4;
-    upgradeFileInfo(m_page, m_rotation, ZOOM_KEEP);
+    if (m_fitted)
+        fit();
+    else
+        upgradeFileInfo(m_page, m_rotation, ZOOM_KEEP);
+}
+
+void MyImageViewer::on_button_fit_page_clicked()
+{
+    chooseFit(PageFit::FIT_PAGE);
+}
+
+void MyImageViewer::on_button_fit_width_clicked()
+{
+    chooseFit(PageFit::FIT_WIDTH);
+}
+
+bool MyImageViewer::eventFilter(QObject* watched, QEvent* event)
+{
+    if (watched == ui->scrollArea && event->type() == QEvent::Resize && m_fitted)
+        fit();
+    return QWidget::eventFilter(watched, event);
 }
 
 void MyImageViewer::changeEvent(QEvent* event)

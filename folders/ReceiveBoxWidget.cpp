@@ -13,6 +13,7 @@
 
 #include <QCursor>
 #include <QEvent>
+#include <QItemSelectionModel>
 #include <QMenu>
 #include <algorithm>
 
@@ -42,6 +43,13 @@ ReceiveBoxWidget::ReceiveBoxWidget(QWidget* parent)
     FaxTable::setup(ui->tableWidget, headers(), QHeaderView::Stretch);
     m_rows = std::make_unique<FaxRows>(this, ui->tableWidget, ui->imageViewer, m_faxes,
                                        [this](int row, Fax& fax) { setDatas(row, fax); });
+    // Opening an unread fax makes it read; "replied", "forwarded" and "printed" stay as they are.
+    m_rows->setOpened([this](int row) {
+        if (m_faxes.at(row).status == FaxStatus::RECV_FAX_UNREAD)
+            setReadState(row, FaxStatus::RECV_FAX_READED);
+    });
+    connect(ui->tableWidget->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
+            &ReceiveBoxWidget::currentFaxChanged);
     reacquire();
     FaxTable::restoreHeaderState(ui->tableWidget, HEADER_KEY);
 
@@ -82,14 +90,11 @@ void ReceiveBoxWidget::setDatas(int row, Fax& fax)
 
 void ReceiveBoxWidget::refill()
 {
-    m_faxes = DatabaseManager().queryReceiveFaxes();
-    m_rows->showAll();
+    m_rows->showAll(DatabaseManager().queryReceiveFaxes());
 }
 
 void ReceiveBoxWidget::reacquire()
 {
-    ui->tableWidget->clearContents();
-    ui->tableWidget->setRowCount(0);
     refill();
 }
 
@@ -161,14 +166,9 @@ void ReceiveBoxWidget::setReadState(int row, int status)
     DatabaseManager().updateFaxReaded(fax);
 }
 
-// Opening an unread fax makes it read; "replied", "forwarded" and "printed" stay as they are.
 void ReceiveBoxWidget::on_tableWidget_clicked(const QModelIndex& index)
 {
-    const int row = index.row();
-    if (!m_rows->preview(row))
-        return;
-    if (m_faxes.at(row).status == FaxStatus::RECV_FAX_UNREAD)
-        setReadState(row, FaxStatus::RECV_FAX_READED);
+    m_rows->choose(index.row());
 }
 
 void ReceiveBoxWidget::on_tableWidget_doubleClicked(const QModelIndex& index)

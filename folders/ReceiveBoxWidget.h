@@ -67,6 +67,8 @@ signals:
     void deleteFax(QList<Fax>& faxes);
     void showReceiveFaxTips(QString& text);
     void showFaxDetailWindow(Fax& fax);
+    // Another row (or none) is current: the fax the commands act on has changed.
+    void currentFaxChanged();
 
 protected:
     void changeEvent(QEvent* event) override;

@@ -15,6 +15,7 @@
 
 #include <QCursor>
 #include <QEvent>
+#include <QItemSelectionModel>
 #include <QMenu>
 #include <QPainter>
 
@@ -72,6 +73,8 @@ SendBoxWidget::SendBoxWidget(QWidget* parent)
     ui->tableWidget->horizontalHeader()->setStretchLastSection(true);
     m_rows = std::make_unique<FaxRows>(this, ui->tableWidget, ui->imageViewer, m_faxes,
                                        [this](int row, Fax& fax) { setDatas(row, fax); });
+    connect(ui->tableWidget->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
+            &SendBoxWidget::currentFaxChanged);
     setDefaultWidths();
     reacquire();
     FaxTable::restoreHeaderState(ui->tableWidget, HEADER_KEY);
@@ -133,9 +136,7 @@ void SendBoxWidget::setDatas(int row, Fax& fax)
 
 void SendBoxWidget::reacquire()
 {
-    ui->tableWidget->clearContents();
-    m_faxes = DatabaseManager().querySendFaxes();
-    m_rows->showAll();
+    m_rows->showAll(DatabaseManager().querySendFaxes());
 }
 
 void SendBoxWidget::insertFaxToList(QList<Fax> faxes)
@@ -245,7 +246,7 @@ void SendBoxWidget::outputSentFax(Fax& fax)
 
 void SendBoxWidget::on_tableWidget_clicked(const QModelIndex& index)
 {
-    m_rows->preview(index.row());
+    m_rows->choose(index.row());
 }
 
 void SendBoxWidget::on_tableWidget_doubleClicked(const QModelIndex& index)

@@ -73,6 +73,8 @@ signals:
     void forward(Fax& fax);
     void deleteFax(QList<Fax>& faxes);
     void showFaxDetailWindow(Fax& fax);
+    // Another row (or none) is current: the fax the commands act on has changed.
+    void currentFaxChanged();
     void showTransReport(QImage& image);
 
 protected:

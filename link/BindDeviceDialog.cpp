@@ -93,6 +93,8 @@ void BindDeviceDialog::bindDeviceSuccess(Device& device)
     stored.connectStatus = device.connectStatus;
     emit connectDeviceSuccess(stored);
     m_search->closeInputDialog();
+    MessageBoxUtil::infoMsg(this, QStringLiteral("Velkor"),
+                            tr("设备 %1（%2）添加成功，正在接收它的传真。").arg(stored.serverName, stored.productID));
     close();
 }
 

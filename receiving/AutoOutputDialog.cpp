@@ -4,6 +4,7 @@
 #include "AppSettings.h"
 #include "DialogUtil.h"
 #include "FaxExporter.h"
+#include "MessageBoxUtil.h"
 
 AutoOutputDialog::AutoOutputDialog(QWidget* parent) : QDialog(parent), ui(std::make_unique<Ui::AutoOutputDialog>())
 {
@@ -85,4 +86,15 @@ void AutoOutputDialog::on_button_apply_clicked()
     settings->setValue(SEND_AUTO_SAVE_AS_PATH, ui->edit_send_output_path->text());
     settings->setValue(SEND_AUTO_SAVE_AS_SUBFOLDER, ui->combo_send_subfolder->currentIndex());
     settings->sync();
+    if (settings->status() != QSettings::NoError) {
+        MessageBoxUtil::warningMsg(this, tr("传真自动输出"), tr("无法保存设置：%1").arg(settings->fileName()));
+        return;
+    }
+    const auto state = [](bool on, const QString& path) {
+        return on ? tr("输出到 %1").arg(path) : tr("不输出");
+    };
+    MessageBoxUtil::infoMsg(this, tr("传真自动输出"),
+                            tr("设置已保存。\n接收的传真：%1\n发送的传真：%2")
+                                .arg(state(ui->check_receive_output->isChecked(), ui->edit_receive_output_path->text()),
+                                     state(ui->check_send_output->isChecked(), ui->edit_send_output_path->text())));
 }

@@ -145,6 +145,30 @@
         <source>应用</source>
         <translation>Apply</translation>
     </message>
+    <message>
+        <source>传真自动输出</source>
+        <translation>Automatic Fax Output</translation>
+    </message>
+    <message>
+        <source>无法保存设置：%1</source>
+        <translation>The settings could not be saved: %1</translation>
+    </message>
+    <message>
+        <source>输出到 %1</source>
+        <translation>saved to %1</translation>
+    </message>
+    <message>
+        <source>不输出</source>
+        <translation>not saved</translation>
+    </message>
+    <message>
+        <source>设置已保存。
+接收的传真：%1
+发送的传真：%2</source>
+        <translation>Settings saved.
+Received faxes: %1
+Sent faxes: %2</translation>
+    </message>
 </context>
 <context>
     <name>AutoSearchWidget</name>
@@ -182,6 +206,10 @@
     <message>
         <source>Velkor 消息</source>
         <translation>Velkor Message</translation>
+    </message>
+    <message>
+        <source>设备 %1（%2）添加成功，正在接收它的传真。</source>
+        <translation>Device %1 (%2) added. Its faxes are being received.</translation>
     </message>
 </context>
 <context>
@@ -451,6 +479,14 @@
         <source>删除</source>
         <translation>Delete</translation>
     </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor Message</translation>
+    </message>
+    <message>
+        <source>永久删除这份传真？它将无法还原。</source>
+        <translation>Delete this fax permanently? It cannot be restored.</translation>
+    </message>
 </context>
 <context>
     <name>DestopTip</name>
@@ -608,6 +644,10 @@
     <message>
         <source>Velkor 消息</source>
         <translation>Velkor Message</translation>
+    </message>
+    <message>
+        <source>更改设备账号将删除本机保存的此设备的全部传真（共%1份，包括已删除的传真）。确定要更改吗？</source>
+        <translation>Changing the device account removes all faxes of this device stored on this computer (%1 in all, deleted items included). Change the account?</translation>
     </message>
 </context>
 <context>
@@ -974,6 +1014,22 @@ Close it anyway?</translation>
 %1
 No fax was made for these recipients: %2</translation>
     </message>
+    <message>
+        <source>适合页面</source>
+        <translation>Fit Page</translation>
+    </message>
+    <message>
+        <source>适合宽度</source>
+        <translation>Fit Width</translation>
+    </message>
+    <message>
+        <source>打印</source>
+        <translation>Print</translation>
+    </message>
+    <message>
+        <source>已保存为 %1</source>
+        <translation>Saved as %1</translation>
+    </message>
 </context>
 <context>
     <name>FaxDistributeDialog</name>
@@ -1004,6 +1060,18 @@ No fax was made for these recipients: %2</translation>
     <message>
         <source>用户名</source>
         <translation>User Name</translation>
+    </message>
+    <message>
+        <source>传真已分发给：%1</source>
+        <translation>The fax was distributed to: %1</translation>
+    </message>
+    <message>
+        <source>内部分发失败：设备没有应答。</source>
+        <translation>Distribution failed: the device did not answer.</translation>
+    </message>
+    <message>
+        <source>内部分发失败：%1</source>
+        <translation>Distribution failed: %1</translation>
     </message>
 </context>
 <context>
@@ -1332,6 +1400,17 @@ No fax was made for these recipients: %2</translation>
     <message>
         <source>文字备注</source>
         <translation>Remarks</translation>
+    </message>
+</context>
+<context>
+    <name>FaxRows</name>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor Message</translation>
+    </message>
+    <message>
+        <source>将选中的传真（%1份）移到已删除的传真？</source>
+        <translation>Move the selected faxes (%1) to Deleted Items?</translation>
     </message>
 </context>
 <context>
@@ -1789,6 +1868,14 @@ The desktop client of a networked fax server.</translation>
         <translation>Faxes not yet uploaded: %1. If you end now they stay "Waiting for upload" and can be sent with "Start Upload" after the next login.
 End anyway?</translation>
     </message>
+    <message>
+        <source>无法读取传真文件：%1</source>
+        <translation>Cannot read the fax file: %1</translation>
+    </message>
+    <message>
+        <source>已保存为 %1</source>
+        <translation>Saved as %1</translation>
+    </message>
 </context>
 <context>
     <name>ManualAssignWidget</name>
@@ -1838,6 +1925,22 @@ End anyway?</translation>
     <message>
         <source>打开TIFF文件失败</source>
         <translation>Failed to open the TIFF file</translation>
+    </message>
+    <message>
+        <source>适合页面</source>
+        <translation>Fit Page</translation>
+    </message>
+    <message>
+        <source>整页</source>
+        <translation>Page</translation>
+    </message>
+    <message>
+        <source>适合宽度</source>
+        <translation>Fit Width</translation>
+    </message>
+    <message>
+        <source>页宽</source>
+        <translation>Width</translation>
     </message>
 </context>
 <context>
@@ -2734,6 +2837,14 @@ Use "Retry" to send it on later.</translation>
     <message>
         <source>Velkor 消息</source>
         <translation>Velkor Message</translation>
+    </message>
+    <message>
+        <source>添加用户失败</source>
+        <translation>The user could not be added</translation>
+    </message>
+    <message>
+        <source>添加成功</source>
+        <translation>User added</translation>
     </message>
 </context>
 <context>

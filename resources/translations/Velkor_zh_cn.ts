@@ -145,6 +145,30 @@
         <source>应用</source>
         <translation>应用</translation>
     </message>
+    <message>
+        <source>传真自动输出</source>
+        <translation>传真自动输出</translation>
+    </message>
+    <message>
+        <source>无法保存设置：%1</source>
+        <translation>无法保存设置：%1</translation>
+    </message>
+    <message>
+        <source>输出到 %1</source>
+        <translation>输出到 %1</translation>
+    </message>
+    <message>
+        <source>不输出</source>
+        <translation>不输出</translation>
+    </message>
+    <message>
+        <source>设置已保存。
+接收的传真：%1
+发送的传真：%2</source>
+        <translation>设置已保存。
+接收的传真：%1
+发送的传真：%2</translation>
+    </message>
 </context>
 <context>
     <name>AutoSearchWidget</name>
@@ -182,6 +206,10 @@
     <message>
         <source>Velkor 消息</source>
         <translation>Velkor 消息</translation>
+    </message>
+    <message>
+        <source>设备 %1（%2）添加成功，正在接收它的传真。</source>
+        <translation>设备 %1（%2）添加成功，正在接收它的传真。</translation>
     </message>
 </context>
 <context>
@@ -451,6 +479,14 @@
         <source>删除</source>
         <translation>删除</translation>
     </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor 消息</translation>
+    </message>
+    <message>
+        <source>永久删除这份传真？它将无法还原。</source>
+        <translation>永久删除这份传真？它将无法还原。</translation>
+    </message>
 </context>
 <context>
     <name>DestopTip</name>
@@ -608,6 +644,10 @@
     <message>
         <source>Velkor 消息</source>
         <translation>Velkor 消息</translation>
+    </message>
+    <message>
+        <source>更改设备账号将删除本机保存的此设备的全部传真（共%1份，包括已删除的传真）。确定要更改吗？</source>
+        <translation>更改设备账号将删除本机保存的此设备的全部传真（共%1份，包括已删除的传真）。确定要更改吗？</translation>
     </message>
 </context>
 <context>
@@ -974,6 +1014,22 @@
 %1
 发往以下收件人的传真没有生成：%2</translation>
     </message>
+    <message>
+        <source>适合页面</source>
+        <translation>适合页面</translation>
+    </message>
+    <message>
+        <source>适合宽度</source>
+        <translation>适合宽度</translation>
+    </message>
+    <message>
+        <source>打印</source>
+        <translation>打印</translation>
+    </message>
+    <message>
+        <source>已保存为 %1</source>
+        <translation>已保存为 %1</translation>
+    </message>
 </context>
 <context>
     <name>FaxDistributeDialog</name>
@@ -1004,6 +1060,18 @@
     <message>
         <source>用户名</source>
         <translation>用户名</translation>
+    </message>
+    <message>
+        <source>传真已分发给：%1</source>
+        <translation>传真已分发给：%1</translation>
+    </message>
+    <message>
+        <source>内部分发失败：设备没有应答。</source>
+        <translation>内部分发失败：设备没有应答。</translation>
+    </message>
+    <message>
+        <source>内部分发失败：%1</source>
+        <translation>内部分发失败：%1</translation>
     </message>
 </context>
 <context>
@@ -1332,6 +1400,17 @@
     <message>
         <source>文字备注</source>
         <translation>文字备注</translation>
+    </message>
+</context>
+<context>
+    <name>FaxRows</name>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor 消息</translation>
+    </message>
+    <message>
+        <source>将选中的传真（%1份）移到已删除的传真？</source>
+        <translation>将选中的传真（%1份）移到已删除的传真？</translation>
     </message>
 </context>
 <context>
@@ -1789,6 +1868,14 @@
         <translation>还有%1份传真没有上传完。现在结束，它们将停在“等待上传”，下次登录后可用“开始上传”发送。
 确定结束吗？</translation>
     </message>
+    <message>
+        <source>无法读取传真文件：%1</source>
+        <translation>无法读取传真文件：%1</translation>
+    </message>
+    <message>
+        <source>已保存为 %1</source>
+        <translation>已保存为 %1</translation>
+    </message>
 </context>
 <context>
     <name>ManualAssignWidget</name>
@@ -1838,6 +1925,22 @@
     <message>
         <source>打开TIFF文件失败</source>
         <translation>打开TIFF文件失败</translation>
+    </message>
+    <message>
+        <source>适合页面</source>
+        <translation>适合页面</translation>
+    </message>
+    <message>
+        <source>整页</source>
+        <translation>整页</translation>
+    </message>
+    <message>
+        <source>适合宽度</source>
+        <translation>适合宽度</translation>
+    </message>
+    <message>
+        <source>页宽</source>
+        <translation>页宽</translation>
     </message>
 </context>
 <context>
@@ -2734,6 +2837,14 @@
     <message>
         <source>Velkor 消息</source>
         <translation>Velkor 消息</translation>
+    </message>
+    <message>
+        <source>添加用户失败</source>
+        <translation>添加用户失败</translation>
+    </message>
+    <message>
+        <source>添加成功</source>
+        <translation>添加成功</translation>
     </message>
 </context>
 <context>

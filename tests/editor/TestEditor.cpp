@@ -12,6 +12,7 @@
 #include "MD5Util.h"
 #include "MGlobal.h"
 #include "MessageBoxUtil.h"
+#include "PageFit.h"
 #include "PdfPageLoader.h"
 #include "PdfPageReader.h"
 #include "QAdvancedLabel.h"
@@ -209,6 +210,8 @@ private:
     }
 
     QImage shown() { return rgba(pageLabel()->pixmap(Qt::ReturnByValue).toImage()); }
+    // A page as the view shows it: fitted to the view.
+    QImage onView(const QImage& page) { return rgba(PageFit::scaled(page, shown().size())); }
     static QImage rgba(const QImage& image) { return image.convertToFormat(QImage::Format_RGBA8888); }
     static QByteArray bytesOf(const QString& file)
     {
@@ -520,7 +523,7 @@ private slots:
                               action("action_delete_page")->isEnabled()}),
                  (QList<bool>{previous, next, remove}));
         QCOMPARE(TestSupport::find<QLineEdit>(w, "edit_page")->text(), counter);
-        QCOMPARE(shown(), rgba(w->pages()[row].image));
+        QCOMPARE(shown(), onView(w->pages()[row].image));
     }
 
     void movingAndDeletingPages()
@@ -671,7 +674,7 @@ private slots:
         auto* sizes = TestSupport::find<QComboBox>(note, "combo_text_size");
         sizes->setCurrentIndex(sizes->findText(QString::number(size)));
         TestSupport::find<QLineEdit>(note, "edit_text")->setText(QStringLiteral("FAX 88"));
-        note->move(300, 600);
+        note->move(labelPointOf(QPointF(304, 604))); // the page is fitted to the view
         QTest::mouseClick(TestSupport::find<QPushButton>(note, "button_hide"), Qt::LeftButton);
         QTRY_VERIFY(!pageLabel()->findChild<TextNoteWidget*>());
 
@@ -743,14 +746,14 @@ private slots:
 
         FaxDetailWindow* w = open(0, stored);
         QCOMPARE(w->pageCount(), 4);
-        QCOMPARE(shown(), rgba(original[0]));
+        QCOMPARE(shown(), onView(original[0]));
         w->forward();
         w->nextPage();
         w->rightRotate();
-        QCOMPARE(shown(), rgba(original[1].transformed(QTransform().rotate(90.0))));
+        QCOMPARE(shown(), onView(original[1].transformed(QTransform().rotate(90.0))));
         w->nextPage();
         w->delete_page(); // the third page; the fourth becomes current
-        QCOMPARE(shown(), rgba(original[3]));
+        QCOMPARE(shown(), onView(original[3]));
         w->pageUp();
         w->open_picture_file({smallTif});
 
@@ -805,13 +808,13 @@ private slots:
             w->nextPage();
             QVERIFY2(w->heldPageImages() <= FaxPageCache::CAPACITY, qPrintable(QString::number(row)));
             if (row % 13 == 0)
-                QCOMPARE(shown(), rgba(bands[row % 4]));
+                QCOMPARE(shown(), onView(bands[row % 4]));
         }
         QCOMPARE(w->pageDecodes() - beforeWalk, total - 1);
 
         // A turned page of the file stays undecoded once it is left.
         w->leftRotate();
-        QCOMPARE(shown(), rgba(bands[(total - 1) % 4].transformed(QTransform().rotate(-90.0))));
+        QCOMPARE(shown(), onView(bands[(total - 1) % 4].transformed(QTransform().rotate(-90.0))));
         QVERIFY(w->heldPageImages() <= FaxPageCache::CAPACITY);
 
         // Walking back, all but the last few pages were let go and are read again.
@@ -820,7 +823,7 @@ private slots:
         const int beforeReturn = w->pageDecodes();
         while (w->currentRow() > 0)
             w->previousPage();
-        QCOMPARE(shown(), rgba(bands[0]));
+        QCOMPARE(shown(), onView(bands[0]));
         QVERIFY(w->pageDecodes() - beforeReturn >= total - 1 - FaxPageCache::CAPACITY);
         QVERIFY(w->heldPageImages() <= FaxPageCache::CAPACITY);
     }

@@ -152,7 +152,7 @@ private slots:
         const QList<Device> stored = DatabaseManager().queryDevices();
         QCOMPARE(stored.size(), 1);
         QCOMPARE(stored[0].productID + stored[0].devicePassword, "5A3C0014" + MD5Util::call128MD5(QByteArray("pa'ss")));
-        QVERIFY(takeMessages().isEmpty());
+        QCOMPARE(takeMessages().size(), 1); // the bind says it is done
 
         // The same identity again is refused before any connection.
         Device again = ManualAssignWidget::deviceFromInput(QStringLiteral("5a3c0014"), QStringLiteral("a"), QStringLiteral("b"));
