@@ -154,6 +154,7 @@ struct FaxColumns {
         remoteIP = at("remoteIP");
         productID = at("productID");
         maxTaskID = at("maxTaskID");
+        internetPort = at("internetPort");
         represented = at("represented");
         quality = at("quality");
         retryTime = at("retryTime");
@@ -166,7 +167,7 @@ struct FaxColumns {
     }
     int id, status, taskID, pageSended, pageTotal, sender, receiver, time, serverID, cid, file, filepath, remark,
         issue, priority, dialTotal, dialAlready, tag, d_id, deviceName, devicePassword, serverName, localIP,
-        remoteIP, productID, maxTaskID, represented, quality, retryTime, planTime, stopTime, timeFrom, timeTo,
+        remoteIP, productID, maxTaskID, internetPort, represented, quality, retryTime, planTime, stopTime, timeFrom, timeTo,
         disableHeader, disableDialPrefix;
 };
 
@@ -221,6 +222,7 @@ Fax readFax(const QSqlQuery& query, const FaxColumns& at)
     setText(at.remoteIP, fax.remoteIP);
     setText(at.productID, fax.productID);
     setText(at.maxTaskID, fax.maxTaskID);
+    setNumber(at.internetPort, fax.internetPort);
     setNumber(at.quality, fax.quality);
     setNumber(at.retryTime, fax.retryTime);
     if (at.planTime >= 0)
@@ -794,7 +796,7 @@ QList<Fax> DatabaseManager::queryUploadingFax()
         "SELECT f.id , f.status , f.taskID , f.pageSended ,   f.pageTotal ,  f.sender  , f.time , f.serverID , f.cid "
         ", f.file ,  f.filepath  , f.remark  , f.issue , f.priority , f.dialTotal , f.dialAlready  , f.tag , " SEND_OPTION_COLUMNS
         " , d.id as d_id , d.deviceName , d.devicePassword , d.serverName , d.localIP , d.remoteIP , d.productID , d.taskID as "
-        "maxTaskID FROM FAXES as f LEFT JOIN Devices as d ON f.device_id = d.id  LEFT JOIN USERS u ON d.user_id = "
+        "maxTaskID , d.internetPort FROM FAXES as f LEFT JOIN Devices as d ON f.device_id = d.id  LEFT JOIN USERS u ON d.user_id = "
         "u.id WHERE u.id = ? AND tag = 1 AND isDelete = 0 AND f.taskId != 0 AND f.status != 1 AND f.status != 2 AND "
         "f.status != ? ORDER BY time desc"),
         Represented::Ignored, {int(FaxStatus::SEND_FAX_NOT_FOUND)});

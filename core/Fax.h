@@ -55,6 +55,7 @@ struct Fax
     QString remoteIP;
     QString productID;
     QString maxTaskID;
+    int internetPort = 0; // the device's internet base port; 0: not stored
 
     // Rows are found by id alone.
     bool operator==(const Fax& other) const { return id == other.id; }

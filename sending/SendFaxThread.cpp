@@ -473,7 +473,7 @@ Device SendFaxThread::deviceOf(const Fax& fax)
     device.remoteIP = fax.remoteIP;
     device.productID = fax.productID;
     device.taskID = fax.maxTaskID;
-    device.internetPort = DeviceProtocol::PORT_BASE;
+    device.internetPort = fax.internetPort > 0 ? fax.internetPort : DeviceProtocol::PORT_BASE;
     return device;
 }
 

@@ -23,6 +23,8 @@ class SendFaxThread : public LoginThread
     Q_OBJECT
 
 public:
+    // The device whose columns queryUploadingFax joined to the fax.
+    static Device deviceOf(const Fax& fax);
     explicit SendFaxThread(QObject* parent = nullptr);
 
     // The entry forms of the recipient line: "name<number>" or a plain number.
@@ -83,8 +85,6 @@ private:
     // when the device no longer knows the task (status SEND_FAX_NOT_FOUND). answered: the
     // device logged in and replied.
     bool queryStatus(Device& device, Fax& fax, bool* answered = nullptr);
-    // The device whose columns queryUploadingFax joined to the fax.
-    static Device deviceOf(const Fax& fax);
     // Writes the faxes whose record changed a stored column, then shows them.
     void storeRound(QList<Fax>& changed);
     // The upload itself once the header is built: true with the device's final reply text,

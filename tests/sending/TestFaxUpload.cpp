@@ -407,6 +407,25 @@ private slots:
         QCOMPARE(pollRound().size(), 3);
     }
 
+    // A device reached over the internet is asked on the base port it was bound with, not 3001.
+    void internetDeviceIsAskedOnItsPort()
+    {
+        Scenario s = scenarioAt(QStringLiteral("127.0.0.38"));
+        s.basePort = 4001;
+        Device d = storedDevice(s);
+        d.localIP.clear();
+        DatabaseManager().updateDeviceLocalIP(d);
+        d.remoteIP = s.address;
+        d.internetPort = 4001;
+        DatabaseManager().updateDeviceRemoteIP(d);
+        Fax fax = storedFax(d, TestSupport::documentsPath() + "far.tif");
+        fax.taskID = 77;
+        DatabaseManager().updateFaxTaskID(fax);
+        const QList<Fax> open = DatabaseManager().queryUploadingFax();
+        QCOMPARE(open.size(), 1);
+        QCOMPARE(SendFaxThread::deviceOf(open.first()).internetPort, 4001);
+    }
+
     void singleFaxQueryDoesNotWriteTheStore()
     {
         Fax fax = uploadedFax();
