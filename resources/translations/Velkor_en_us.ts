@@ -452,6 +452,33 @@
     </message>
 </context>
 <context>
+    <name>DeviceManageThread</name>
+    <message>
+        <source>更新文件无法打开</source>
+        <translation>The update file cannot be opened</translation>
+    </message>
+    <message>
+        <source>更新文件无效</source>
+        <translation>The update file is not valid</translation>
+    </message>
+    <message>
+        <source>无法登录设备</source>
+        <translation>Cannot log in to the device</translation>
+    </message>
+    <message>
+        <source>设备没有应答</source>
+        <translation>The device did not answer</translation>
+    </message>
+    <message>
+        <source>设备要求的数据多于更新文件</source>
+        <translation>The device asked for more data than the update file holds</translation>
+    </message>
+    <message>
+        <source>更新文件无法读取</source>
+        <translation>The update file cannot be read</translation>
+    </message>
+</context>
+<context>
     <name>DeviceManageWidget</name>
     <message>
         <source>返回</source>
@@ -1375,6 +1402,10 @@
     <message>
         <source>此操作将影响当前用户工作数据,并且服务器将重新启动，您确定要继续吗?</source>
         <translation>This affects the work of current users and restarts the server. Do you want to continue?</translation>
+    </message>
+    <message>
+        <source>更新失败：%1</source>
+        <translation>Update failed: %1</translation>
     </message>
 </context>
 <context>

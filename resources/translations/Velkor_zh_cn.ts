@@ -452,6 +452,33 @@
     </message>
 </context>
 <context>
+    <name>DeviceManageThread</name>
+    <message>
+        <source>更新文件无法打开</source>
+        <translation>更新文件无法打开</translation>
+    </message>
+    <message>
+        <source>更新文件无效</source>
+        <translation>更新文件无效</translation>
+    </message>
+    <message>
+        <source>无法登录设备</source>
+        <translation>无法登录设备</translation>
+    </message>
+    <message>
+        <source>设备没有应答</source>
+        <translation>设备没有应答</translation>
+    </message>
+    <message>
+        <source>设备要求的数据多于更新文件</source>
+        <translation>设备要求的数据多于更新文件</translation>
+    </message>
+    <message>
+        <source>更新文件无法读取</source>
+        <translation>更新文件无法读取</translation>
+    </message>
+</context>
+<context>
     <name>DeviceManageWidget</name>
     <message>
         <source>返回</source>
@@ -1375,6 +1402,10 @@
     <message>
         <source>此操作将影响当前用户工作数据,并且服务器将重新启动，您确定要继续吗?</source>
         <translation>此操作将影响当前用户工作数据,并且服务器将重新启动，您确定要继续吗?</translation>
+    </message>
+    <message>
+        <source>更新失败：%1</source>
+        <translation>更新失败：%1</translation>
     </message>
 </context>
 <context>

@@ -106,6 +106,7 @@ Scenario scenarioAt(const QString& address)
     Scenario s;
     s.address = address;
     s.serverId = QStringLiteral("5A3C00AA");
+    s.varied = false; // these checks read the device's fixed behaviour
     s.serverName = QStringLiteral("测试传真");
     s.users << SimUser::withPassword(QStringLiteral("zhang"), QStringLiteral("123456"), 12, QStringLiteral("801"));
     return s;
@@ -280,7 +281,7 @@ private slots:
             socket.connectToHost(address, 3007);
             QVERIFY(socket.waitForConnected(2000));
             QVERIFY(!readSome(socket).isEmpty());
-            socket.write(QByteArray("\xFF\xFE", 2) + enc(QStringLiteral("<ACTION>LOGIN</ACTION><USERNAME>admin</USERNAME><PASSWORD>x</PASSWORD>")));
+            socket.write(QByteArray("\xFF\xFE", 2) + enc(QStringLiteral("<ACTION>LOGIN</ACTION><USERNAME>admin</USERNAME><PASSWORD>x</PASSWORD><CLN_OS>Linux</CLN_OS>")));
             QVERIFY(!socket.waitForReadyRead(300));
         }
         device->addFault([] { SimFault f = SimFault::make(QStringLiteral("LOGIN"), SimFault::RefuseLogin); f.times = 1; return f; }());
