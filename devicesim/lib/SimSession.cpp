@@ -152,8 +152,7 @@ SimSession::SimSession(SimDevice* device, QTcpSocket* socket, int lanPort, bool 
             return;
         const QString text = rawText(m_in);
         m_in.clear();
-        m_device->addProblem(QStringLiteral("%1: an incomplete request (%2 bytes)").arg(m_lanPort).arg(text.size() * 2));
-        handleText(text);
+        refuse(value(text, QStringLiteral("ACTION")), QStringLiteral("%1: an incomplete request: %2").arg(m_lanPort).arg(text.left(80)));
     });
     m_quietTimer->setSingleShot(true);
     connect(m_quietTimer, &QTimer::timeout, this, [this] {
@@ -245,6 +244,11 @@ void SimSession::process()
             }
             if (m_in.size() < m_expect)
                 return;
+            if (m_in.size() > m_expect && !m_earlyNoted) {
+                // What follows this block was sent before the device asked for it.
+                m_earlyNoted = true;
+                m_device->addProblem(QStringLiteral("%1: %2 bytes for one \"R\", %3 asked for").arg(m_transferAction).arg(m_in.size()).arg(m_expect));
+            }
             const QByteArray block = m_in.left(int(m_expect));
             m_in.remove(0, int(m_expect));
             takeBlock(block);
