@@ -64,16 +64,12 @@ QString feedback(const QString& reply)
     return StringUtil::getValue(reply, QStringLiteral("FEEDBACK"));
 }
 
-// The text up to its first 0 unit.
-QString uptoNul(const QString& text)
-{
-    const int nul = text.indexOf(QChar(0));
-    return nul < 0 ? text : text.left(nul);
-}
-
+// "R", with the 0 units and blanks a device may put around it (after a reply it came with).
 bool isReady(const QString& text)
 {
-    return uptoNul(text) == QLatin1String("R");
+    QString bare = text;
+    bare.remove(QChar(0));
+    return bare.trimmed() == QLatin1String("R");
 }
 
 // A reply that says no outright: a FEEDBACK other than "OK". A reply without FEEDBACK is no

@@ -161,15 +161,20 @@ private slots:
     {
         QTest::addColumn<int>("readyDelayMs");
         QTest::addColumn<bool>("damaged");
-        QTest::newRow("R with RECV_OK") << 0 << false;
-        QTest::newRow("R a moment after RECV_OK") << 30 << false;
-        QTest::newRow("image turned down") << 0 << true;
+        QTest::addColumn<QString>("trailer"); // after the OS stage's RECV_OK
+        QTest::newRow("R with RECV_OK") << 0 << false << QString();
+        QTest::newRow("R a moment after RECV_OK") << 30 << false << QString();
+        QTest::newRow("R after 0 units") << 0 << false << QString(2, QChar(0));
+        QTest::newRow("image turned down") << 0 << true << QString();
     }
 
     void firmwareSwStageStartsOnTheDevicesReady()
     {
         QFETCH(int, readyDelayMs);
         QFETCH(bool, damaged);
+        QFETCH(QString, trailer);
+        if (!trailer.isEmpty())
+            m_sim->device()->addFault(SimFault::make(QStringLiteral("UPDATE_OS"), SimFault::Trailer, 0, 0, trailer));
         if (readyDelayMs > 0)
             m_sim->device()->addFault(SimFault::make(QStringLiteral("UPDATE_SW"), SimFault::SlowPacing, 0, readyDelayMs));
         QByteArray bytes = m_firmware;

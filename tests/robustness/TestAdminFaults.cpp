@@ -239,8 +239,10 @@ private slots:
             const QString verb = QLatin1String(o.action);
             auto row = [&](const char* what) -> QTestData& { return QTest::addRow("%s: %s", o.name, what) << o.op; };
             // A failed login ends every one of them in silence.
-            row("no greeting") << "GREETING" << SimFault::Silent << 0 << 0 << 0 << false << 0;
-            row("login refused") << "LOGIN" << SimFault::RefuseLogin << 0 << 0 << 0 << false << 1;
+            // (The firmware upload says so.)
+            const int silent = o.op == Firmware ? 1 : 0;
+            row("no greeting") << "GREETING" << SimFault::Silent << 0 << 0 << silent << false << 0;
+            row("login refused") << "LOGIN" << SimFault::RefuseLogin << 0 << 0 << silent << false << 1;
             // A failed configuration or firmware transfer says so; logs and fax files just do not come.
             const int failed = (o.op == DayLogs || o.op == FaxFile) ? 0 : 1;
             row("no answer") << verb << SimFault::Silent << 0 << 0 << failed << false << 1;
