@@ -122,4 +122,4 @@ void DeviceController::faxFilePath(QString& path) { emit returnFaxFilePathResult
 void DeviceController::setHighOptionResult(bool ok) { emit returnSetHighOptionResult(ok); }
 void DeviceController::voiceListenResult() { emit returnVoiceListenResult(); }
 void DeviceController::firmUpgradeProgress(int percent) { emit returnFirmwareUpgradeProgress(percent); }
-void DeviceController::firmUpgradeResult(bool ok) { emit returnFirmwareResult(ok); }
+void DeviceController::firmUpgradeResult(bool ok, const QString& reason) { emit returnFirmwareResult(ok, reason); }

@@ -90,7 +90,7 @@ signals:
     void returnSetHighOptionResult(bool ok);
     void returnVoiceListenResult();
     void returnFirmwareUpgradeProgress(int percent);
-    void returnFirmwareResult(bool ok);
+    void returnFirmwareResult(bool ok, const QString& reason);
 
     // A request has finished (after its result signal, if it had one).
     void commandFinished();
@@ -118,7 +118,7 @@ public slots:
     void setHighOptionResult(bool ok);
     void voiceListenResult();
     void firmUpgradeProgress(int percent);
-    void firmUpgradeResult(bool ok);
+    void firmUpgradeResult(bool ok, const QString& reason);
 
 private slots:
     void requestSent();

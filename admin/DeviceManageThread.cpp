@@ -70,16 +70,12 @@ QString feedback(const QString& reply)
     return StringUtil::getValue(reply, QStringLiteral("FEEDBACK"));
 }
 
-// The text up to its first 0 unit.
-QString uptoNul(const QString& text)
-{
-    const int nul = text.indexOf(QChar(0));
-    return nul < 0 ? text : text.left(nul);
-}
-
+// "R", with the 0 units and blanks a device may put around it (after a reply it came with).
 bool isReady(const QString& text)
 {
-    return uptoNul(text) == QLatin1String("R");
+    QString bare = text;
+    bare.remove(QChar(0));
+    return bare.trimmed() == QLatin1String("R");
 }
 
 // A reply that says no outright: a FEEDBACK other than "OK". A reply without FEEDBACK is no
@@ -423,18 +419,13 @@ bool DeviceManageThread::receiveBlocks(QTcpSocket* socket, qint64 fileLength, Si
     const int wait = DeviceProtocol::scaled(DOWNLOAD_BLOCK_WAIT_MS);
     qint64 count = 0;
     do {
+        // A block is whatever one read brings; while bytes are missing, "R" asks for more.
         socket->write(readyToken());
         QByteArray block;
-        if (fileLength <= 0) {
-            // Nothing is due, yet the device gets its token and a moment to answer it.
-            if (awaitData(socket, wait))
-                block = socket->readAll();
-        } else {
-            // One token, one block: the next token goes out only when this block is in.
-            block = readBlock(socket, int(qMin<qint64>(m_blockSize, fileLength - count)), wait);
-            if (block.isEmpty())
-                return false;
-        }
+        if (awaitData(socket, wait))
+            block = socket->read(qMax<qint64>(fileLength - count, 0));
+        if (block.isEmpty() && fileLength > 0)
+            return false; // silent or gone
         count += block.size();
         if (!sink(block, count))
             return false;
@@ -445,7 +436,7 @@ bool DeviceManageThread::receiveBlocks(QTcpSocket* socket, qint64 fileLength, Si
 bool DeviceManageThread::downloadInto(QTcpSocket* socket, const QString& devicePath, const QString& target,
                                       int bufferSize)
 {
-    const QString reply = exchange(socket, downFileRequest(devicePath, bufferSize), false, QStringLiteral("FILE_LEN"));
+    const QString reply = exchange(socket, downFileRequest(devicePath, bufferSize), false, {QStringLiteral("FILE_LEN")});
     if (reply.isEmpty() || refused(reply)) {
         LogUtil::w(QStringLiteral("DOWN_FILE %1: %2").arg(devicePath, reply));
         return false;
@@ -557,7 +548,7 @@ void DeviceManageThread::getDeviceLog(Device& device, QDateTime from, QDateTime 
         }
         const QString reply = exchange(socket, downFileRequest(QStringLiteral("$STG_DIR$log\\") + date + QStringLiteral(".log"),
                                                                m_blockSize),
-                                       false, QStringLiteral("FILE_LEN"));
+                                       false, {QStringLiteral("FILE_LEN")});
         if (!reply.isEmpty() && feedback(reply) != QLatin1String("OK"))
             continue; // no log that day
         const qint64 fileLength = StringUtil::getValue(reply, QStringLiteral("FILE_LEN")).toLongLong();
@@ -639,17 +630,18 @@ void DeviceManageThread::firmwareUpgrade(Device& device, QString& path)
 {
     DoneGuard done(this);
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
+    if (!file.open(QIODevice::ReadOnly)) {
+        emit returnFirmwareUpgradeResult(false, tr("更新文件无法打开"));
         return;
+    }
     uchar lengthBytes[4];
     unsigned long got = 0;
-    if (!ReadFile(file, lengthBytes, 4, &got, nullptr) || got < 4)
-        return;
     const qint64 total = file.size() - 4;
-    const qint64 osLength = qFromLittleEndian<quint32>(lengthBytes);
-    if (osLength > total) {
-        LogUtil::w(QStringLiteral("firmware file %1: OS image longer than the file").arg(path));
-        emit returnFirmwareUpgradeResult(false);
+    const qint64 osLength = ReadFile(file, lengthBytes, 4, &got, nullptr) && got == 4
+        ? qint64(qFromLittleEndian<quint32>(lengthBytes)) : -1;
+    if (osLength < 0 || osLength > total) {
+        LogUtil::w(QStringLiteral("firmware file %1: no OS length, or one beyond the file").arg(path));
+        emit returnFirmwareUpgradeResult(false, tr("更新文件无效"));
         return;
     }
     const qint64 swLength = total - osLength;
@@ -659,52 +651,69 @@ void DeviceManageThread::firmwareUpgrade(Device& device, QString& path)
     };
 
     QTcpSocket* socket = login(device, DeviceProtocol::PORT_FIRMWARE);
-    if (!socket)
+    if (!socket) {
+        emit returnFirmwareUpgradeResult(false, tr("无法登录设备"));
         return;
+    }
     bool osStage = osLength != 0;
     socket->write(WireCodec::encode(osStage ? stageRequest(QStringLiteral("UPDATE_OS"), osLength)
                                             : stageRequest(QStringLiteral("UPDATE_SW"), swLength)));
 
     bool ok = false;
+    QString reason = tr("设备没有应答");
     qint64 sent = 0;
     int otherMessages = 0;
     QByteArray block;
-    while (sent <= total) {
+    for (;;) {
         if (!awaitData(socket, DeviceProtocol::replyTimeout()))
             break; // silent or gone
         const QByteArray bytes = socket->readAll();
         QString message = WireCodec::decode(bytes);
-        if (!isReady(message))
-            message = readReply(socket, DeviceProtocol::replyTimeout(), bytes); // a word that comes in pieces
-        if (isReady(message)) {
-            const qint64 remaining = (osStage ? osLength : total) - sent;
-            if (remaining <= 0)
-                break; // asked for more than the stage holds: end here rather than guess
-            // The last block of a stage takes all that is left once less than two blocks remain.
-            const qint64 size = remaining >= 2 * m_blockSize ? m_blockSize : remaining;
-            block.resize(int(size));
-            if (!ReadConvFile(file, block.data(), static_cast<unsigned long>(size), &got))
-                break;
-            socket->write(block);
-            emit returnFirmwareUpgradeProgress(total > 0 ? int(double(sent) / double(total) * 100) : 0);
-            sent += size;
-            continue;
-        }
-        const QString answer = feedback(message);
-        if (answer == QLatin1String("RECV_OK")) {
-            if (!osStage) {
+        if (QString(message).remove(QChar(0)).trimmed().isEmpty())
+            continue; // a stray 0 unit after an "R"
+        if (!isReady(message)) // a word that comes in pieces
+            message = readReply(socket, DeviceProtocol::replyTimeout(), bytes, {QStringLiteral("FEEDBACK")});
+        bool ready = isReady(message);
+        if (!ready) {
+            const QString answer = feedback(message);
+            if (answer == QLatin1String("RECV_OK") && !osStage) {
                 ok = true;
                 break;
             }
-            // The OS image is in: the SW image follows from where the file stands.
-            osStage = false;
-            socket->write(WireCodec::encode(stageRequest(QStringLiteral("UPDATE_SW"), swLength)));
-            continue;
+            if (answer == QLatin1String("RECV_OK")) {
+                // The OS image is in. The device asks for the SW image with its own "R", and
+                // reads raw image bytes from then on: no request goes between.
+                osStage = false;
+                ready = isReady(message.mid(message.lastIndexOf(QLatin1Char('>')) + 1));
+                if (!ready)
+                    continue;
+            } else if (!answer.isEmpty() || ++otherMessages > 16) {
+                if (!answer.isEmpty())
+                    reason = answer; // the device turned the image down
+                break;
+            } else {
+                continue;
+            }
         }
-        if (!answer.isEmpty() || ++otherMessages > 16)
-            break; // the device turned the image down
+        const qint64 remaining = (osStage ? osLength : total) - sent;
+        if (remaining <= 0) {
+            reason = tr("设备要求的数据多于更新文件");
+            break; // end here rather than guess
+        }
+        // The last block of a stage takes all that is left once less than two blocks remain.
+        const qint64 size = remaining >= 2 * m_blockSize ? m_blockSize : remaining;
+        block.resize(int(size));
+        if (!ReadConvFile(file, block.data(), static_cast<unsigned long>(size), &got)) {
+            reason = tr("更新文件无法读取");
+            break;
+        }
+        socket->write(block);
+        emit returnFirmwareUpgradeProgress(total > 0 ? int(double(sent) / double(total) * 100) : 0);
+        sent += size;
     }
     file.close();
     hangUp(socket);
-    emit returnFirmwareUpgradeResult(ok);
+    if (!ok)
+        LogUtil::w(QStringLiteral("firmware upgrade failed: %1").arg(reason));
+    emit returnFirmwareUpgradeResult(ok, ok ? QString() : reason);
 }

@@ -91,7 +91,8 @@ signals:
     void returnSetHighOption(bool ok);
     void returnVoiceListen();
     void returnFirmwareUpgradeProgress(int percent);
-    void returnFirmwareUpgradeResult(bool ok);
+    // On failure, `reason` says why: the device's answer, or what went wrong on the way.
+    void returnFirmwareUpgradeResult(bool ok, const QString& reason);
     // After every command, whatever its outcome (a failed login included).
     void commandDone();
 

@@ -23,7 +23,7 @@ public:
 public slots:
     void setDevice(Device& device);
     void updateProgress(int percent);
-    void updateResult(bool ok);
+    void updateResult(bool ok, const QString& reason);
 
 private slots:
     void on_button_select_file_clicked();

@@ -18,6 +18,8 @@ int internetPort(int lanPort, int internetBase);
 inline constexpr int CONNECT_TIMEOUT_MS = 3000;
 inline constexpr int GREETING_TIMEOUT_MS = 15000;
 inline constexpr int REPLY_TIMEOUT_MS = 30000;
+// A reply has no end mark: once it holds a whole tag, this long without a further byte ends it.
+inline constexpr int REPLY_QUIET_MS = 150;
 
 // The waits to use. Production always gets the values above; tests may divide them through
 // the one test-only setting below so that a silent device costs them little time.

@@ -109,35 +109,37 @@ void LoginThread::storeConnectStatus(Device& device, int status)
     db.updateDeviceConnectStatus(device);
 }
 
-bool LoginThread::isWholeReply(const QString& text, const QString& needed)
+bool LoginThread::holdsTags(const QString& text, const QStringList& needed)
 {
-    int end = text.size();
-    while (end > 0 && (text.at(end - 1).isNull() || text.at(end - 1).isSpace()))
-        --end;
-    if (end == 0 || text.at(end - 1) != QLatin1Char('>'))
-        return false;
-    const int open = text.lastIndexOf(QLatin1Char('<'), end - 1);
-    if (open < 0 || open + 1 >= end || text.at(open + 1) != QLatin1Char('/'))
-        return false;
-    if (needed.isEmpty() || text.contains(QStringLiteral("</") + needed + QLatin1Char('>'), Qt::CaseInsensitive))
-        return true;
-    // A refusal carries nothing more.
-    const QString feedback = StringUtil::getValue(text, QStringLiteral("FEEDBACK"));
-    return !feedback.isEmpty() && feedback != QLatin1String("OK");
+    if (needed.isEmpty()) {
+        const int close = text.indexOf(QStringLiteral("</"));
+        return close >= 0 && text.indexOf(QLatin1Char('>'), close) > 0;
+    }
+    for (const QString& tag : needed)
+        if (!text.contains(QStringLiteral("</") + tag + QLatin1Char('>'), Qt::CaseInsensitive))
+            return false;
+    return true;
 }
 
-QString LoginThread::readReply(QTcpSocket* socket, int timeoutMs, QByteArray bytes, const QString& needed)
+QString LoginThread::readReply(QTcpSocket* socket, int timeoutMs, QByteArray bytes, const QStringList& needed)
 {
     if (!socket)
         return WireCodec::decode(bytes);
-    // A device may send one reply in pieces. Cut at the first piece, a reply would lose its
-    // later tags, and the rest would be taken for the next reply or for a record's bytes; so
-    // the pieces are joined until the reply is whole, within the one wait.
+    // A device may send one reply in pieces, and a piece may end right after a tag. Cut at the
+    // first piece, a reply would lose its later tags, and the rest would be taken for the next
+    // reply or for a block's bytes. So pieces are joined until the reply holds what the
+    // exchange needs; failing that, a quiet moment after a whole tag ends it, and only silence
+    // costs the full wait.
     QDeadlineTimer deadline(timeoutMs);
-    while (bytes.isEmpty() || !isWholeReply(WireCodec::decode(bytes), needed)) {
+    for (;;) {
+        const QString text = WireCodec::decode(bytes);
+        if (!bytes.isEmpty() && !needed.isEmpty() && holdsTags(text, needed))
+            break;
+        qint64 wait = qMax<qint64>(1, deadline.remainingTime());
+        if (holdsTags(text, QStringList()))
+            wait = qMin<qint64>(wait, DeviceProtocol::REPLY_QUIET_MS);
         // Data may already be buffered (a reply that came with the previous one).
-        if (socket->bytesAvailable() == 0
-            && (deadline.hasExpired() || !socket->waitForReadyRead(int(qMax<qint64>(1, deadline.remainingTime())))))
+        if (socket->bytesAvailable() == 0 && (deadline.hasExpired() || !socket->waitForReadyRead(int(wait))))
             break;
         bytes += socket->readAll();
     }
@@ -174,7 +176,7 @@ QList<QByteArray> LoginThread::readRecordList(QTcpSocket* socket, const QString&
     return records;
 }
 
-QString LoginThread::exchange(QTcpSocket* socket, const QString& request, bool withMark, const QString& needed)
+QString LoginThread::exchange(QTcpSocket* socket, const QString& request, bool withMark, const QStringList& needed)
 {
     if (!socket)
         return QString();
@@ -215,7 +217,9 @@ void LoginThread::hangUp(QTcpSocket* socket)
 LoginThread::LoginResult LoginThread::answerChallenge(QTcpSocket* socket, Device& device, const QString& extraTags,
                                                       QString* greetingOut, QString* replyOut)
 {
-    const QString greeting = readReply(socket, DeviceProtocol::greetingTimeout());
+    const QString greeting = readReply(socket, DeviceProtocol::greetingTimeout(), QByteArray(),
+                                       {QStringLiteral("SERVER_NAME"), QStringLiteral("SERVER_ID"),
+                                        QStringLiteral("VERIFY_STRING")});
     LogUtil::d(QStringLiteral("login:%1").arg(greeting));
     if (greetingOut)
         *greetingOut = greeting;
@@ -234,7 +238,8 @@ LoginThread::LoginResult LoginThread::answerChallenge(QTcpSocket* socket, Device
     const QString proof = MD5Util::callMD5(verify.toUtf8() + device.devicePassword.toUtf8());
     const QString request = QStringLiteral("<ACTION>LOGIN</ACTION><USERNAME>") + device.deviceName
         + QStringLiteral("</USERNAME><PASSWORD>") + proof + QStringLiteral("</PASSWORD>") + extraTags;
-    const QString reply = exchange(socket, request, true);
+    const QString reply = exchange(socket, request, true,
+                                   {QStringLiteral("LOGIN_STATE"), QStringLiteral("PERMISSION"), QStringLiteral("EXT_NUM")});
     LogUtil::d(QStringLiteral("loginMsg:%1").arg(reply));
     if (replyOut)
         *replyOut = reply;
@@ -384,7 +389,8 @@ void LoginThread::bindDevice(Device& device, int port)
     device.permission = StringUtil::getValue(reply, QStringLiteral("PERMISSION")).toInt();
 
     if (device.productID.isEmpty()) {
-        const QString info = exchange(socket, QStringLiteral("<ACTION>GET_SVR_INFO</ACTION>"), true);
+        const QString info = exchange(socket, QStringLiteral("<ACTION>GET_SVR_INFO</ACTION>"), true,
+                                     {QStringLiteral("SVRID")});
         device.productID = StringUtil::getValue(info, QStringLiteral("SVRID"));
         // A device whose identity did not come (silent, gone) would be stored without one:
         // its faxes would have no folder and it could be added twice.

@@ -7,6 +7,7 @@
 #include <QObject>
 #include <QPointer>
 #include <QString>
+#include <QStringList>
 
 #include <atomic>
 #include <memory>
@@ -59,19 +60,18 @@ signals:
 
 protected:
     // One request on an open socket: write, wait for the reply, read and decode. A device that
-    // stays silent gives an empty text. With `needed`, the reply is whole only once it holds
-    // that tag (or refuses).
+    // stays silent gives an empty text. `needed`: the tags that make the reply whole.
     static QString exchange(QTcpSocket* socket, const QString& request, bool withMark = false,
-                            const QString& needed = QString());
-    // Waits for and reads the device's next reply, after `bytes` that came of it already;
-    // pieces are joined until the reply is whole (see isWholeReply) or timeoutMs has passed.
-    // Empty after the time-out.
+                            const QStringList& needed = QStringList());
+    // Waits for and reads the device's next reply, after `bytes` that came of it already. The
+    // stream has no end mark: the pieces are joined until the reply holds every needed tag, or
+    // until the device has been quiet for a moment after at least one whole tag. Empty when
+    // nothing came within timeoutMs.
     static QString readReply(QTcpSocket* socket, int timeoutMs, QByteArray bytes = QByteArray(),
-                             const QString& needed = QString());
-    // True when the text ends in a close mark "</...>" (trailing 0 units and blanks aside),
-    // the only sign of a reply's end that the stream gives, and holds the needed tag (if any)
-    // or a FEEDBACK other than "OK". A reply cut right after a tag still passes for whole.
-    static bool isWholeReply(const QString& text, const QString& needed = QString());
+                             const QStringList& needed = QStringList());
+    // True when the text holds a close mark "</TAG>" for every needed tag (and at least one
+    // whole tag when none is named).
+    static bool holdsTags(const QString& text, const QStringList& needed);
     // Reads a binary block of `size` bytes that may arrive in pieces; fewer bytes when the
     // device stays silent for timeoutMs in all or closes the connection first.
     static QByteArray readBlock(QTcpSocket* socket, int size, int timeoutMs);

@@ -150,7 +150,7 @@ ReceiveFaxThread::Outcome ReceiveFaxThread::fetchFile(const QString& svrId, cons
     const QString reply = exchange(socket, QStringLiteral("<ACTION>DOWN_FILE</ACTION><FILE>") + remotePath
                                        + QStringLiteral("</FILE><BUFSIZE>") + QString::number(m_blockSize)
                                        + QStringLiteral("</BUFSIZE>"),
-                                   false, QStringLiteral("FILE_LEN"));
+                                   false, {QStringLiteral("FILE_LEN")});
     LogUtil::d(QStringLiteral("recvMsg:") + reply);
 
     bool ok = false;

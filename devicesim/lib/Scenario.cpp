@@ -12,7 +12,8 @@
 namespace {
 
 const char* const kKindNames[] = {"silent", "split", "dropAfterBytes", "refuseLogin", "wrongServerId", "notReady",
-                                  "noTaskId", "shortRecord", "slowPacing", "feedback", "delay"};
+                                  "noTaskId", "shortRecord", "slowPacing", "feedback", "delay",
+                                  "shortBlocks", "splitAfterTag", "trailer"};
 
 QString jsonText(const QJsonValue& v)
 {
@@ -323,6 +324,8 @@ bool Scenario::fromJson(const QByteArray& json, Scenario* s, QString* error, con
     mergeTags(o.value(QStringLiteral("addressService")), &s->addressService);
     mergeTags(o.value(QStringLiteral("voiceAddressService")), &s->voiceAddressService);
     s->allowRemove = o.value(QStringLiteral("allowRemove")).toBool(s->allowRemove);
+    s->varied = o.value(QStringLiteral("varied")).toBool(s->varied);
+    s->seed = jsonNumber(o.value(QStringLiteral("seed")), s->seed);
     s->nextTaskId = jsonNumber(o.value(QStringLiteral("nextTaskId")), s->nextTaskId);
     s->nextFileNumber = jsonNumber(o.value(QStringLiteral("nextFileNumber")), s->nextFileNumber, 16);
 

@@ -22,6 +22,9 @@ struct SimFault {
         SlowPacing,     // `delayMs` before each ready token, chunk or record
         Feedback,       // FEEDBACK carries `text` instead of the normal value
         Delay,          // the reply waits `delayMs`
+        ShortBlocks,    // download chunks of `value` bytes per "R" instead of the requested size
+        SplitAfterTag,  // the reply is cut right after its `value`-th close mark (default 1), the rest `delayMs` later (default 50)
+        Trailer,        // the reply ends in `text` (default "END") instead of a close mark
     };
 
     QString action = QStringLiteral("*"); // "GREETING", "LOGIN", a verb ("SENDFAX", ...), "DISCOVERY", "HTTP" or "*"
@@ -135,6 +138,10 @@ struct Scenario {
     quint32 nextFileNumber = 0x00100000;
     int voiceIntervalMs = 20;
     QList<SimFault> faults;
+    // Where a real device is free (download chunk sizes, where a reply is split, trailing blanks
+    // and 0 units), a seeded random source decides; false keeps one fixed behaviour.
+    bool varied = true;
+    quint32 seed = 0; // 0: VELKOR_SIM_SEED from the environment, else a fresh seed
 
     // A complete one-line device with the account "admin" (password "admin").
     Scenario();

@@ -76,6 +76,12 @@ SimDevice::SimDevice(const Scenario& scenario, QObject* parent)
     : QObject(parent)
     , m_s(scenario)
 {
+    m_seed = m_s.seed ? m_s.seed : qEnvironmentVariableIntValue("VELKOR_SIM_SEED");
+    while (m_seed == 0)
+        m_seed = QRandomGenerator::global()->generate();
+    m_random.seed(m_seed);
+    if (m_s.varied)
+        qInfo("devicesim %s: seed %u (VELKOR_SIM_SEED=%u repeats it)", qPrintable(m_s.address), m_seed, m_seed);
     if (m_s.configText.isEmpty())
         m_s.configText = defaultConfig(m_s.serverName);
     m_clockOffsetSecs = -60 * m_s.time.value(QStringLiteral("FSK_TIME_ZONE")).toLongLong();
@@ -116,6 +122,31 @@ SimDevice::SimDevice(const Scenario& scenario, QObject* parent)
         job.remark = rec.remark;
         m_jobs << job;
     }
+}
+
+int SimDevice::vary(int bound)
+{
+    Locker lock(&m_mutex);
+    return m_s.varied && bound > 0 ? int(m_random.bounded(quint32(bound))) : 0;
+}
+
+bool SimDevice::chance(int n)
+{
+    Locker lock(&m_mutex);
+    return m_s.varied && n > 0 && m_random.bounded(quint32(n)) == 0;
+}
+
+void SimDevice::addProblem(const QString& problem)
+{
+    Locker lock(&m_mutex);
+    m_problems << problem;
+    log(QStringLiteral("REFUSED: %1").arg(problem));
+}
+
+QStringList SimDevice::problems() const
+{
+    Locker lock(&m_mutex);
+    return m_problems;
 }
 
 quint32 SimDevice::nextTask()
@@ -568,7 +599,12 @@ quint32 SimDevice::acceptUpload(const QString& account, const QByteArray& header
     upload.tiffPages = SimTiff::pageCount(tiff);
     upload.atUtc = QDateTime::currentDateTimeUtc();
     for (const QString& problem : upload.fields.problems)
-        log(QStringLiteral("upload header: %1").arg(problem));
+        addProblem(QStringLiteral("upload header: %1").arg(problem));
+    if (!upload.fields.problems.isEmpty()) {
+        log(QStringLiteral("upload refused: the header is not as specified"));
+        m_uploads << upload;
+        return 0;
+    }
     if (upload.tiffPages < 0) {
         log(QStringLiteral("upload refused: the file is not a TIFF"));
         m_uploads << upload;

@@ -4,6 +4,7 @@
 #include "SimRecord.h"
 
 #include <QObject>
+#include <QRandomGenerator>
 #include <QRecursiveMutex>
 
 // One state of a sent fax's life on the device.
@@ -149,6 +150,17 @@ public:
     // One line of the device's own log (and of the action log).
     void log(const QString& line);
 
+    // Where a real device is free: a number in [0, bound) from the seeded source, 0 when the
+    // scenario is not varied.
+    int vary(int bound);
+    // True once in `n` times from the same source; never when the scenario is not varied.
+    bool chance(int n);
+    quint32 seed() const { return m_seed; }
+    // Bytes that differ from what the device takes (a request, header or block): the device
+    // refuses them, and tests read what went wrong here.
+    void addProblem(const QString& problem);
+    QStringList problems() const;
+
 signals:
     void logLine(const QString& line);
 
@@ -191,4 +203,7 @@ private:
     QStringList m_actionLog;
     qint64 m_clockOffsetSecs = 0;
     int m_resets = 0;
+    quint32 m_seed = 0;
+    QRandomGenerator m_random;
+    QStringList m_problems;
 };

@@ -31,6 +31,95 @@ QString summary(const QString& reply)
     return parts.isEmpty() ? QStringLiteral("(%1 characters)").arg(reply.size()) : parts.join(QLatin1Char(' '));
 }
 
+// UTF-16LE units as they came, byte-order marks and 0 units included.
+QString rawText(const QByteArray& bytes)
+{
+    QString text;
+    text.reserve(bytes.size() / 2);
+    for (int i = 0; i + 1 < bytes.size(); i += 2)
+        text.append(QChar(ushort(uchar(bytes[i]) | (uchar(bytes[i + 1]) << 8))));
+    return text;
+}
+
+// The tags of each request in the order the device reads them ('?': may be left out,
+// '|': one of). A request with another order or other tags is refused.
+const QMap<QString, QStringList>& requestLayouts()
+{
+    static const QMap<QString, QStringList> layouts = {
+        {QStringLiteral("LOGIN"), {QStringLiteral("USERNAME PASSWORD CLN_OS|UDP_PORT")}},
+        {QStringLiteral("DOWN_FILE"), {QStringLiteral("FILE BUFSIZE")}},
+        {QStringLiteral("UP_FILE"), {QStringLiteral("FILE BUFSIZE FILELEN"), QStringLiteral("UPLOAD")}},
+        {QStringLiteral("SENDFAX"), {QStringLiteral("FILELEN HEADERSIZE BUFSIZE")}},
+        {QStringLiteral("UPDATE_OS"), {QStringLiteral("FILELEN BUFSIZE")}},
+        {QStringLiteral("UPDATE_SW"), {QStringLiteral("FILELEN BUFSIZE")}},
+        {QStringLiteral("GET_SEND_FAX_STATUS"), {QStringLiteral("TASK_ID_LIST"), QStringLiteral("TASK_ID_LIST QY_USER QY_DTBGN QY_DTEND QY_TYPE")}},
+        {QStringLiteral("GET_NEW_FAX"), {QStringLiteral("DATETIME TASK USER")}},
+        {QStringLiteral("SEND_FAX_PAUSE"), {QStringLiteral("TASKID")}},
+        {QStringLiteral("SEND_FAX_RETRY"), {QStringLiteral("TASKID RETRY_CNT")}},
+        {QStringLiteral("DELETE_FAX"), {QStringLiteral("TASKID DELETE REMOVE")}},
+        {QStringLiteral("DISTRIBUTE_FAX"), {QStringLiteral("TASKID RECV_LIST")}},
+        {QStringLiteral("RESET_SYSTEM"), {QStringLiteral("REASON")}},
+        {QStringLiteral("GET_SVR_INFO"), {QString()}},
+        {QStringLiteral("GET_PUB_SMTP_SETTING"), {QString()}},
+        {QStringLiteral("GET_NETWORK_SETTING"), {QString()}},
+        {QStringLiteral("GET_TIME_SETTING"), {QString()}},
+        {QStringLiteral("GET_USER_LIST"), {QString()}},
+        {QStringLiteral("SET_PUB_SMTP_SETTING"), {QStringLiteral("SMTP_ADDR SMTP_USER EMAIL_ADDR_FROM SMTP_PWD?")}},
+        {QStringLiteral("NETWORK_SETTING"), {QStringLiteral("DHCPENABLE IP IP2 IP3 SUBNETMASK GATEWAY DNS VERIFY")}},
+        {QStringLiteral("SET_TIME_SETTING"), {QStringLiteral("YEAR MONTH DAY HOUR MINUTE SECOND FSK_SYNC FSK_TIME_ZONE FSK_TIME_ZONE_NAME")}},
+        {QStringLiteral("GET_USER_INFO"), {QStringLiteral("USER_NAME")}},
+        {QStringLiteral("DELETE_USER"), {QStringLiteral("USER_NAME")}},
+        {QStringLiteral("ADD_USER"), {QStringLiteral("USER_NAME USER_PWD? EXT_NUM PERMISSION EMAIL_OPT SMTP_ADDR SMTP_USER SMTP_PWD? EMAIL_FROM EMAIL_TO")}},
+        {QStringLiteral("MODIFY_USER"), {QStringLiteral("USER_NAME USER_PWD? EXT_NUM PERMISSION EMAIL_OPT SMTP_ADDR SMTP_USER SMTP_PWD? EMAIL_FROM EMAIL_TO")}},
+        {QStringLiteral("GET_FAX_SETTING"), {QStringLiteral("LINE_NUM")}},
+        {QStringLiteral("SET_FAX_SETTING"), {QStringLiteral("TAG_FORMAT COMPANY FAX_NUM CSID ECM MAX_SPEED RECV_SPEED RINGCNT LOCAL_CODE IP_PRF OUT_PRF IN_PRF AUTO_RECV MUST_DIV DIS_BEEP RST_LINE DIVERR_RECV DIS_SEND_VOICE DIS_WELCOME SEND_PRIORITY MRECV_CODE LINE_NUM")}},
+    };
+    return layouts;
+}
+
+// The tags of a run of <TAG>value</TAG> items, ACTION first; false when anything else is in it.
+bool readTags(const QString& request, QStringList* tags)
+{
+    int at = 0;
+    while (at < request.size()) {
+        if (request.at(at) != QLatin1Char('<'))
+            return false;
+        const int end = request.indexOf(QLatin1Char('>'), at);
+        if (end < 0)
+            return false;
+        const QString name = request.mid(at + 1, end - at - 1);
+        if (name.isEmpty() || name.startsWith(QLatin1Char('/')))
+            return false;
+        const int close = request.indexOf(QStringLiteral("</") + name + QLatin1Char('>'), end);
+        if (close < 0)
+            return false;
+        *tags << name;
+        at = close + name.size() + 3;
+    }
+    return !tags->isEmpty() && tags->first() == QLatin1String("ACTION");
+}
+
+// True when the tags follow the layout (ACTION left out).
+bool matchesLayout(const QStringList& tags, const QString& layout)
+{
+    int i = 0;
+    for (const QString& slot : layout.split(QLatin1Char(' '), Qt::SkipEmptyParts)) {
+        const bool optional = slot.endsWith(QLatin1Char('?'));
+        const QStringList names = QString(slot).remove(QLatin1Char('?')).split(QLatin1Char('|'));
+        if (i < tags.size() && names.contains(tags[i]))
+            ++i;
+        else if (!optional)
+            return false;
+    }
+    return i == tags.size();
+}
+
+bool isTransferVerb(const QString& action)
+{
+    return action == QLatin1String("DOWN_FILE") || action == QLatin1String("UP_FILE") || action == QLatin1String("SENDFAX")
+        || action == QLatin1String("UPDATE_OS") || action == QLatin1String("UPDATE_SW");
+}
+
 bool onlyReadyTokens(const QString& text)
 {
     if (text.isEmpty())
@@ -61,19 +150,12 @@ SimSession::SimSession(SimDevice* device, QTcpSocket* socket, int lanPort, bool 
     connect(m_partialTimer, &QTimer::timeout, this, [this] {
         if (m_mode == Mode::Upload || m_in.isEmpty())
             return;
-        const QString text = SimWire::decode(m_in);
+        const QString text = rawText(m_in);
         m_in.clear();
-        note(QStringLiteral("incomplete request taken as it is"));
-        handleText(text);
+        refuse(value(text, QStringLiteral("ACTION")), QStringLiteral("%1: an incomplete request: %2").arg(m_lanPort).arg(text.left(80)));
     });
     m_quietTimer->setSingleShot(true);
     connect(m_quietTimer, &QTimer::timeout, this, [this] {
-        if (m_mode == Mode::FirmwareBetween) {
-            // No UPDATE_SW request came: the SW stage starts on its own.
-            beginTransfer(Transfer::FirmwareSw, QStringLiteral("UPDATE_SW"), m_device->expectedSwSize(), m_bufSize);
-            sendReady();
-            return;
-        }
         if (m_mode != Mode::Upload || m_total >= 0)
             return;
         // SW stage of unknown size: a block is what arrived before the line went quiet.
@@ -89,6 +171,7 @@ SimSession::SimSession(SimDevice* device, QTcpSocket* socket, int lanPort, bool 
         if (block.size() != m_bufSize) {
             finishTransfer();
         } else {
+            m_readyOut = false;
             sendReady();
             m_quietTimer->start(2000);
         }
@@ -143,6 +226,11 @@ void SimSession::process()
             return;
         }
         if (m_mode == Mode::Upload) {
+            if (!m_readyOut && !m_earlyNoted) {
+                // A device reads what comes after its "R" as the block, whatever it is.
+                m_earlyNoted = true;
+                m_device->addProblem(QStringLiteral("%1: %2 bytes came before the device's \"R\"").arg(m_transferAction).arg(m_in.size()));
+            }
             if (m_dropAfter >= 0 && m_received + m_in.size() >= m_dropAfter) {
                 note(QStringLiteral("%1: dropping the connection after %2 bytes (fault)").arg(m_transferAction).arg(m_dropAfter));
                 m_mode = Mode::Silent;
@@ -156,6 +244,11 @@ void SimSession::process()
             }
             if (m_in.size() < m_expect)
                 return;
+            if (m_in.size() > m_expect && !m_earlyNoted) {
+                // What follows this block was sent before the device asked for it.
+                m_earlyNoted = true;
+                m_device->addProblem(QStringLiteral("%1: %2 bytes for one \"R\", %3 asked for").arg(m_transferAction).arg(m_in.size()).arg(m_expect));
+            }
             const QByteArray block = m_in.left(int(m_expect));
             m_in.remove(0, int(m_expect));
             takeBlock(block);
@@ -165,16 +258,14 @@ void SimSession::process()
             m_partialTimer->start();
             return;
         }
-        const QString text = SimWire::decode(m_in);
-        QString bare = text;
-        bare.remove(QChar(0));
-        if (onlyReadyTokens(bare)) {
+        const QString text = rawText(m_in);
+        if (onlyReadyTokens(text)) {
             m_in.clear();
-            for (int i = 0; i < bare.size(); ++i)
+            for (int i = 0; i < text.size(); ++i)
                 handleReadyToken();
             continue;
         }
-        if (!bare.trimmed().endsWith(QLatin1Char('>'))) {
+        if (!text.endsWith(QLatin1Char('>'))) {
             m_partialTimer->start();
             return;
         }
@@ -186,16 +277,29 @@ void SimSession::process()
 
 void SimSession::handleText(const QString& text)
 {
-    for (QString request : SimWire::splitRequests(text)) {
-        request.remove(QChar(0));
-        request.remove(QChar(0xFEFF));
-        if (request.trimmed().isEmpty())
-            continue;
+    // Requests start at "<ACTION>"; a byte-order mark right before one belongs to it.
+    static const QString mark = QStringLiteral("<ACTION>");
+    QList<int> starts;
+    for (int at = text.indexOf(mark); at >= 0; at = text.indexOf(mark, at + 1))
+        starts << (at > 0 && text.at(at - 1) == QChar(0xFEFF) ? at - 1 : at);
+    const QString before = text.left(starts.isEmpty() ? text.size() : starts.first());
+    if (onlyReadyTokens(before)) {
+        for (int i = 0; i < before.size(); ++i)
+            handleReadyToken(); // asked again while a piece of the last block was under way
+    } else if (!before.isEmpty()) {
+        refuse(QString(), QStringLiteral("%1: bytes without a request: %2").arg(m_lanPort).arg(before.left(40)));
+    }
+    for (int i = 0; i < starts.size(); ++i) {
+        QString request = text.mid(starts[i], i + 1 < starts.size() ? starts[i + 1] - starts[i] : -1);
+        const bool marked = request.startsWith(QChar(0xFEFF));
+        if (marked)
+            request.remove(0, 1);
         if (m_verbose)
             note(QStringLiteral("> %1").arg(request));
-        const QString action = value(request, QStringLiteral("ACTION")).trimmed();
-        if (action.isEmpty()) {
-            note(QStringLiteral("text without ACTION ignored: %1").arg(request.left(80)));
+        const QString action = value(request, QStringLiteral("ACTION"));
+        const QString problem = requestProblem(action, request, marked);
+        if (!problem.isEmpty()) {
+            refuse(action, problem);
             continue;
         }
         if (m_mode == Mode::AwaitLogin) {
@@ -207,14 +311,46 @@ void SimSession::handleText(const QString& text)
             }
             continue;
         }
-        if (m_mode == Mode::FirmwareBetween && action == QLatin1String("UPDATE_SW")) {
-            m_quietTimer->stop();
-            startFirmware(action, request);
-            continue;
-        }
         m_mode = Mode::Command;
         handleCommand(action, request);
     }
+}
+
+QString SimSession::requestProblem(const QString& action, const QString& request, bool marked) const
+{
+    // The login (and a bind's GET_SVR_INFO) carry a byte-order mark; nothing else does.
+    if (action == QLatin1String("LOGIN") && !marked)
+        return QStringLiteral("LOGIN without its byte-order mark");
+    if (marked && action != QLatin1String("LOGIN") && action != QLatin1String("GET_SVR_INFO"))
+        return QStringLiteral("%1 with a byte-order mark").arg(action);
+    QStringList tags;
+    if (request.contains(QChar(0)) || request.contains(QChar(0xFEFF)) || !readTags(request, &tags))
+        return QStringLiteral("%1: not a run of tags: %2").arg(action, request.left(80));
+    tags.removeFirst();
+    const auto layout = requestLayouts().constFind(action);
+    if (layout != requestLayouts().constEnd()) {
+        bool matches = false;
+        for (const QString& form : *layout)
+            matches = matches || matchesLayout(tags, form);
+        if (!matches)
+            return QStringLiteral("%1: tags %2 not in the device's order").arg(action, tags.join(QLatin1Char(',')));
+    }
+    if (isTransferVerb(action) && SimWire::has(request, QStringLiteral("BUFSIZE"))
+        && value(request, QStringLiteral("BUFSIZE")) != QLatin1String("1200"))
+        return QStringLiteral("%1: BUFSIZE %2, not 1200").arg(action, value(request, QStringLiteral("BUFSIZE")));
+    return QString();
+}
+
+void SimSession::refuse(const QString& action, const QString& problem)
+{
+    m_device->addProblem(problem);
+    if (action == QLatin1String("LOGIN") || m_mode == Mode::AwaitLogin) {
+        sendText(QStringLiteral("LOGIN"), tag(QStringLiteral("LOGIN_STATE"), QStringLiteral("FORMAT_ERROR")));
+        enqueueClose();
+        m_mode = Mode::Silent;
+        return;
+    }
+    sendText(action, feedback(QStringLiteral("FORMAT_ERROR")));
 }
 
 void SimSession::handleLogin(const QString& request)
@@ -306,6 +442,7 @@ void SimSession::handleCommand(const QString& action, const QString& request)
     m_pacingMs = m_device->takeFault(action, SimFault::SlowPacing, m_lanPort, &fault) ? fault.delayMs : 0;
     m_received = 0;
     if (reply.hasDownload) {
+        m_shortBlock = m_device->takeFault(action, SimFault::ShortBlocks, m_lanPort, &fault) ? qMax(1, fault.value) : 0;
         m_mode = Mode::Download;
         m_download = reply.download;
         m_downloadPos = 0;
@@ -319,7 +456,11 @@ void SimSession::handleCommand(const QString& action, const QString& request)
 void SimSession::handleReadyToken()
 {
     if (m_mode == Mode::Download) {
-        QByteArray chunk = m_download.mid(int(m_downloadPos), m_bufSize);
+        // A chunk is what the device has at hand, up to the size asked for.
+        int size = m_shortBlock > 0 ? m_shortBlock : m_bufSize;
+        if (m_shortBlock == 0 && m_device->chance(3))
+            size = 1 + m_device->vary(m_bufSize);
+        QByteArray chunk = m_download.mid(int(m_downloadPos), size);
         m_downloadPos += chunk.size();
         if (m_dropAfter >= 0 && m_downloadPos >= m_dropAfter) {
             chunk.chop(int(m_downloadPos - m_dropAfter));
@@ -352,7 +493,13 @@ void SimSession::handleReadyToken()
             m_mode = Mode::Silent;
             return;
         }
-        enqueue(record, m_pacingMs);
+        const int cut = m_device->chance(4) ? 1 + m_device->vary(record.size() - 1) : 0;
+        if (cut > 0) {
+            enqueue(record.left(cut), m_pacingMs);
+            enqueue(record.mid(cut), 1 + m_device->vary(20));
+        } else {
+            enqueue(record, m_pacingMs);
+        }
         if (m_records.isEmpty())
             m_mode = Mode::Command;
         return;
@@ -410,8 +557,7 @@ void SimSession::startFirmware(const QString& action, const QString& request)
     const qint64 total = value(request, QStringLiteral("FILELEN")).toLongLong();
     const int bufSize = value(request, QStringLiteral("BUFSIZE")).toInt();
     const bool os = action == QLatin1String("UPDATE_OS");
-    if (os || m_mode != Mode::FirmwareBetween)
-        m_device->firmwareBegin();
+    m_device->firmwareBegin();
     note(QStringLiteral("%1, %2 bytes announced").arg(action).arg(total));
     beginTransfer(os ? Transfer::FirmwareOs : Transfer::FirmwareSw, action, total, bufSize > 0 ? bufSize : 1200);
     if (total == 0)
@@ -429,12 +575,14 @@ void SimSession::beginTransfer(Transfer kind, const QString& action, qint64 tota
     m_received = 0;
     m_block = 0;
     m_data.clear();
+    m_readyOut = false;
+    m_earlyNoted = false;
     SimFault fault;
     m_dropAfter = m_device->takeFault(action, SimFault::DropAfterBytes, m_lanPort, &fault) ? fault.value : -1;
     m_pacingMs = m_device->takeFault(action, SimFault::SlowPacing, m_lanPort, &fault) ? fault.delayMs : 0;
 }
 
-void SimSession::sendReady()
+void SimSession::sendReady(int extraDelayMs)
 {
     SimFault fault;
     if (m_device->takeFault(m_transferAction, SimFault::NotReady, m_lanPort, &fault, m_block)) {
@@ -449,11 +597,19 @@ void SimSession::sendReady()
     const qint64 remaining = m_total - m_received;
     m_expect = m_total < 0 ? -1 : firmware ? SimFirmware::stageBlockSize(remaining, m_bufSize) : qMin<qint64>(m_bufSize, remaining);
     m_mode = Mode::Upload;
-    enqueue(SimWire::encode(QStringLiteral("R")), m_pacingMs);
+    // "R" then a 0 unit counts as "R" for the configuration and the firmware.
+    const bool withNul = m_transfer != Transfer::SendFax && m_device->chance(4);
+    Out out;
+    out.bytes = SimWire::encode(QStringLiteral("R")) + (withNul ? QByteArray(2, '\0') : QByteArray());
+    out.delayMs = m_pacingMs + extraDelayMs;
+    out.ready = true;
+    m_out << out;
+    pump();
 }
 
 void SimSession::takeBlock(const QByteArray& block)
 {
+    m_readyOut = false;
     ++m_block;
     m_received += block.size();
     const bool firmware = m_transfer == Transfer::FirmwareOs || m_transfer == Transfer::FirmwareSw;
@@ -496,8 +652,11 @@ void SimSession::finishTransfer()
         note(QStringLiteral("%1 %2 bytes in %3 blocks -> %4").arg(m_transferAction).arg(m_received).arg(m_block).arg(result));
         sendText(m_transferAction, feedback(result));
         if (os && result == QLatin1String("RECV_OK")) {
-            m_mode = Mode::FirmwareBetween;
-            m_quietTimer->start(500);
+            // The SW image follows on the device's own "R", as raw bytes: no request between.
+            beginTransfer(Transfer::FirmwareSw, QStringLiteral("UPDATE_SW"), m_device->expectedSwSize(), m_bufSize);
+            sendReady(m_device->chance(2) ? 1 + m_device->vary(30) : 0);
+            if (m_total < 0)
+                m_quietTimer->start(2000);
         }
         break;
     }
@@ -532,26 +691,53 @@ void SimSession::sendText(const QString& action, const QString& text, bool trail
     QString sent = text;
     if (SimWire::has(text, kFeedback) && m_device->takeFault(action, SimFault::Feedback, m_lanPort, &fault))
         sent = SimWire::withValue(text, kFeedback, fault.text);
+    if (m_device->takeFault(action, SimFault::Trailer, m_lanPort, &fault))
+        sent += fault.text.isEmpty() ? QStringLiteral("END") : fault.text;
     if (m_verbose)
         note(QStringLiteral("< %1").arg(sent));
     QByteArray bytes = SimWire::encode(sent);
     if (trailingNul)
         bytes.append(2, '\0');
+    // Blanks or 0 units after the last tag, where no block follows that they would run into.
+    const bool blocksFollow = action == QLatin1String("DOWN_FILE") || action == QLatin1String("GET_SEND_FAX_STATUS");
+    if (!trailingNul && !blocksFollow && m_device->chance(4)) {
+        static const QByteArray fillers[] = {QByteArray(" \0", 2), QByteArray("\r\0\n\0", 4), QByteArray(2, '\0'),
+                                             QByteArray(4, '\0')};
+        bytes += fillers[m_device->vary(4)];
+    }
     const int delay = m_device->takeFault(action, SimFault::Delay, m_lanPort, &fault) ? fault.delayMs : 0;
-    if (m_device->takeFault(action, SimFault::Split, m_lanPort, &fault)) {
-        const int pieces = qMax(2, fault.value);
-        const int gap = fault.delayMs > 0 ? fault.delayMs : 300;
-        const int units = bytes.size() / 2;
-        int from = 0;
-        for (int i = 1; i <= pieces; ++i) {
-            const int to = 2 * (units * i / pieces);
-            if (to > from)
-                enqueue(bytes.mid(from, to - from), from == 0 ? delay : gap);
-            from = to;
+    if (m_device->takeFault(action, SimFault::SplitAfterTag, m_lanPort, &fault)) {
+        int cut = 0;
+        for (int i = 0; i < qMax(1, fault.value) && cut >= 0; ++i) {
+            cut = sent.indexOf(QStringLiteral("</"), cut);
+            cut = cut < 0 ? -1 : sent.indexOf(QLatin1Char('>'), cut) + 1;
         }
+        if (cut > 0) {
+            enqueue(bytes.left(2 * cut), delay);
+            enqueue(bytes.mid(2 * cut), fault.delayMs > 0 ? fault.delayMs : 50);
+            return;
+        }
+    }
+    int pieces = 1;
+    int gap = 0;
+    if (m_device->takeFault(action, SimFault::Split, m_lanPort, &fault)) {
+        pieces = qMax(2, fault.value);
+        gap = fault.delayMs > 0 ? fault.delayMs : 50;
+    } else if (bytes.size() > 2 && m_device->chance(3)) {
+        // A device's reply may leave in two writes, cut anywhere, a moment apart.
+        const int cut = 2 * (1 + m_device->vary(bytes.size() / 2 - 1));
+        enqueue(bytes.left(cut), delay);
+        enqueue(bytes.mid(cut), 1 + m_device->vary(20));
         return;
     }
-    enqueue(bytes, delay);
+    const int units = bytes.size() / 2;
+    int from = 0;
+    for (int i = 1; i <= pieces; ++i) {
+        const int to = 2 * (units * i / pieces);
+        if (to > from)
+            enqueue(bytes.mid(from, to - from), from == 0 ? delay : gap);
+        from = to;
+    }
 }
 
 void SimSession::enqueue(const QByteArray& bytes, int delayMs)
@@ -609,6 +795,8 @@ void SimSession::pump()
             return;
         }
         m_socket->write(out.bytes);
+        if (out.ready)
+            m_readyOut = true;
     }
 }
 

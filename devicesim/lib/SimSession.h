@@ -32,17 +32,21 @@ private slots:
     void onDisconnected();
 
 private:
-    enum class Mode { AwaitLogin, Command, Upload, Download, Records, FirmwareBetween, Silent };
+    enum class Mode { AwaitLogin, Command, Upload, Download, Records, Silent };
     enum class Transfer { None, SendFax, Config, FirmwareOs, FirmwareSw };
     struct Out {
         QByteArray bytes;
         int delayMs = 0;
         bool close = false;
         bool abort = false; // a dropped line, not a hang-up
+        bool ready = false; // the ready token "R" of an upload
     };
 
     void process();
     void handleText(const QString& text);
+    // Empty when the request's bytes are the specified ones; else what is wrong with them.
+    QString requestProblem(const QString& action, const QString& request, bool marked) const;
+    void refuse(const QString& action, const QString& problem);
     void handleLogin(const QString& request);
     void handleCommand(const QString& action, const QString& request);
     void handleReadyToken();
@@ -52,7 +56,7 @@ private:
     void startConfigUpload(const QString& request);
     void startFirmware(const QString& action, const QString& request);
     void beginTransfer(Transfer kind, const QString& action, qint64 total, int bufSize);
-    void sendReady();
+    void sendReady(int extraDelayMs = 0);
     void takeBlock(const QByteArray& block);
     void finishTransfer();
     void startVoice(quint16 udpPort);
@@ -92,6 +96,9 @@ private:
     int m_block = 0;
     qint64 m_dropAfter = -1;
     int m_pacingMs = 0;
+    bool m_readyOut = false;    // the "R" for the next upload block has gone out
+    bool m_earlyNoted = false;  // bytes before an "R" were noted once for this transfer
+    int m_shortBlock = 0;       // download chunks of this many bytes (a fault); 0: as requested
     QByteArray m_data;
     QString m_pendingPath; // UP_FILE announced, START not yet
     qint64 m_pendingLength = -1;

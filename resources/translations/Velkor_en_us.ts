@@ -204,12 +204,12 @@ Sent faxes: %2</translation>
         <translation>Options</translation>
     </message>
     <message>
-        <source>Velkor 消息</source>
-        <translation>Velkor Message</translation>
-    </message>
-    <message>
         <source>设备 %1（%2）添加成功，正在接收它的传真。</source>
         <translation>Device %1 (%2) added. Its faxes are being received.</translation>
+    </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor Message</translation>
     </message>
 </context>
 <context>
@@ -556,6 +556,33 @@ Sent faxes: %2</translation>
     </message>
 </context>
 <context>
+    <name>DeviceManageThread</name>
+    <message>
+        <source>更新文件无法打开</source>
+        <translation>The update file cannot be opened</translation>
+    </message>
+    <message>
+        <source>更新文件无效</source>
+        <translation>The update file is not valid</translation>
+    </message>
+    <message>
+        <source>无法登录设备</source>
+        <translation>Cannot log in to the device</translation>
+    </message>
+    <message>
+        <source>设备没有应答</source>
+        <translation>The device did not answer</translation>
+    </message>
+    <message>
+        <source>设备要求的数据多于更新文件</source>
+        <translation>The device asked for more data than the update file holds</translation>
+    </message>
+    <message>
+        <source>更新文件无法读取</source>
+        <translation>The update file cannot be read</translation>
+    </message>
+</context>
+<context>
     <name>DeviceManageWidget</name>
     <message>
         <source>返回</source>
@@ -642,12 +669,12 @@ Sent faxes: %2</translation>
         <translation>The device was renamed</translation>
     </message>
     <message>
-        <source>Velkor 消息</source>
-        <translation>Velkor Message</translation>
-    </message>
-    <message>
         <source>更改设备账号将删除本机保存的此设备的全部传真（共%1份，包括已删除的传真）。确定要更改吗？</source>
         <translation>Changing the device account removes all faxes of this device stored on this computer (%1 in all, deleted items included). Change the account?</translation>
+    </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor Message</translation>
     </message>
 </context>
 <context>
@@ -1001,20 +1028,6 @@ Sent faxes: %2</translation>
         <translation>Send Fax</translation>
     </message>
     <message>
-        <source>这份传真还没有发送，关闭后其页面和收件人将丢失。
-确定关闭吗？</source>
-        <translation>This fax has not been sent. Closing the window discards its pages and recipients.
-Close it anyway?</translation>
-    </message>
-    <message>
-        <source>传真文件无法写入：
-%1
-发往以下收件人的传真没有生成：%2</source>
-        <translation>The fax file could not be written:
-%1
-No fax was made for these recipients: %2</translation>
-    </message>
-    <message>
         <source>适合页面</source>
         <translation>Fit Page</translation>
     </message>
@@ -1029,6 +1042,20 @@ No fax was made for these recipients: %2</translation>
     <message>
         <source>已保存为 %1</source>
         <translation>Saved as %1</translation>
+    </message>
+    <message>
+        <source>这份传真还没有发送，关闭后其页面和收件人将丢失。
+确定关闭吗？</source>
+        <translation>This fax has not been sent. Closing the window discards its pages and recipients.
+Close it anyway?</translation>
+    </message>
+    <message>
+        <source>传真文件无法写入：
+%1
+发往以下收件人的传真没有生成：%2</source>
+        <translation>The fax file could not be written:
+%1
+No fax was made for these recipients: %2</translation>
     </message>
 </context>
 <context>
@@ -1603,6 +1630,10 @@ No fax was made for these recipients: %2</translation>
     <message>
         <source>此操作将影响当前用户工作数据,并且服务器将重新启动，您确定要继续吗?</source>
         <translation>This affects the work of current users and restarts the server. Do you want to continue?</translation>
+    </message>
+    <message>
+        <source>更新失败：%1</source>
+        <translation>Update failed: %1</translation>
     </message>
     <message>
         <source>Velkor 消息</source>
@@ -2452,12 +2483,12 @@ Use "Retry" to send it on later.</translation>
         <translation>http(s)://... (empty: not used)</translation>
     </message>
     <message>
-        <source>PDF 文件按传真分辨率 (204 x 196 dpi) 直接转换，笔画更清晰</source>
-        <translation>Convert PDF files directly at fax resolution (204 x 196 dpi) for sharper strokes</translation>
-    </message>
-    <message>
         <source>关闭主窗口时最小化到托盘</source>
         <translation>Minimize to the tray when the main window is closed</translation>
+    </message>
+    <message>
+        <source>PDF 文件按传真分辨率 (204 x 196 dpi) 直接转换，笔画更清晰</source>
+        <translation>Convert PDF files directly at fax resolution (204 x 196 dpi) for sharper strokes</translation>
     </message>
 </context>
 <context>

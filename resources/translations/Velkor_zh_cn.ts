@@ -204,12 +204,12 @@
         <translation>程序选项</translation>
     </message>
     <message>
-        <source>Velkor 消息</source>
-        <translation>Velkor 消息</translation>
-    </message>
-    <message>
         <source>设备 %1（%2）添加成功，正在接收它的传真。</source>
         <translation>设备 %1（%2）添加成功，正在接收它的传真。</translation>
+    </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor 消息</translation>
     </message>
 </context>
 <context>
@@ -556,6 +556,33 @@
     </message>
 </context>
 <context>
+    <name>DeviceManageThread</name>
+    <message>
+        <source>更新文件无法打开</source>
+        <translation>更新文件无法打开</translation>
+    </message>
+    <message>
+        <source>更新文件无效</source>
+        <translation>更新文件无效</translation>
+    </message>
+    <message>
+        <source>无法登录设备</source>
+        <translation>无法登录设备</translation>
+    </message>
+    <message>
+        <source>设备没有应答</source>
+        <translation>设备没有应答</translation>
+    </message>
+    <message>
+        <source>设备要求的数据多于更新文件</source>
+        <translation>设备要求的数据多于更新文件</translation>
+    </message>
+    <message>
+        <source>更新文件无法读取</source>
+        <translation>更新文件无法读取</translation>
+    </message>
+</context>
+<context>
     <name>DeviceManageWidget</name>
     <message>
         <source>返回</source>
@@ -642,12 +669,12 @@
         <translation>修改设备名称成功</translation>
     </message>
     <message>
-        <source>Velkor 消息</source>
-        <translation>Velkor 消息</translation>
-    </message>
-    <message>
         <source>更改设备账号将删除本机保存的此设备的全部传真（共%1份，包括已删除的传真）。确定要更改吗？</source>
         <translation>更改设备账号将删除本机保存的此设备的全部传真（共%1份，包括已删除的传真）。确定要更改吗？</translation>
+    </message>
+    <message>
+        <source>Velkor 消息</source>
+        <translation>Velkor 消息</translation>
     </message>
 </context>
 <context>
@@ -1001,20 +1028,6 @@
         <translation>发送传真</translation>
     </message>
     <message>
-        <source>这份传真还没有发送，关闭后其页面和收件人将丢失。
-确定关闭吗？</source>
-        <translation>这份传真还没有发送，关闭后其页面和收件人将丢失。
-确定关闭吗？</translation>
-    </message>
-    <message>
-        <source>传真文件无法写入：
-%1
-发往以下收件人的传真没有生成：%2</source>
-        <translation>传真文件无法写入：
-%1
-发往以下收件人的传真没有生成：%2</translation>
-    </message>
-    <message>
         <source>适合页面</source>
         <translation>适合页面</translation>
     </message>
@@ -1029,6 +1042,20 @@
     <message>
         <source>已保存为 %1</source>
         <translation>已保存为 %1</translation>
+    </message>
+    <message>
+        <source>这份传真还没有发送，关闭后其页面和收件人将丢失。
+确定关闭吗？</source>
+        <translation>这份传真还没有发送，关闭后其页面和收件人将丢失。
+确定关闭吗？</translation>
+    </message>
+    <message>
+        <source>传真文件无法写入：
+%1
+发往以下收件人的传真没有生成：%2</source>
+        <translation>传真文件无法写入：
+%1
+发往以下收件人的传真没有生成：%2</translation>
     </message>
 </context>
 <context>
@@ -1603,6 +1630,10 @@
     <message>
         <source>此操作将影响当前用户工作数据,并且服务器将重新启动，您确定要继续吗?</source>
         <translation>此操作将影响当前用户工作数据,并且服务器将重新启动，您确定要继续吗?</translation>
+    </message>
+    <message>
+        <source>更新失败：%1</source>
+        <translation>更新失败：%1</translation>
     </message>
     <message>
         <source>Velkor 消息</source>
@@ -2452,12 +2483,12 @@
         <translation>http(s)://... (空则不使用)</translation>
     </message>
     <message>
-        <source>PDF 文件按传真分辨率 (204 x 196 dpi) 直接转换，笔画更清晰</source>
-        <translation>PDF 文件按传真分辨率 (204 x 196 dpi) 直接转换，笔画更清晰</translation>
-    </message>
-    <message>
         <source>关闭主窗口时最小化到托盘</source>
         <translation>关闭主窗口时最小化到托盘</translation>
+    </message>
+    <message>
+        <source>PDF 文件按传真分辨率 (204 x 196 dpi) 直接转换，笔画更清晰</source>
+        <translation>PDF 文件按传真分辨率 (204 x 196 dpi) 直接转换，笔画更清晰</translation>
     </message>
 </context>
 <context>

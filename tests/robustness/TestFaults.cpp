@@ -640,8 +640,10 @@ private slots:
             // A failed configuration or firmware transfer says so; a fax file just does not come,
             // a log comes without its failed day.
             const int failed = t.op == FaxFile ? 0 : t.op == DayLogs ? 3 : 1;
-            row(t.op, "no greeting", "GREETING", F::Silent, 0, 0, 0, 0);
-            row(t.op, "login refused", "LOGIN", F::RefuseLogin, 0, 0, 0, 1);
+            // A failed login ends them in silence; the firmware upload says so.
+            const int silent = t.op == Firmware ? 1 : 0;
+            row(t.op, "no greeting", "GREETING", F::Silent, 0, 0, silent, 0);
+            row(t.op, "login refused", "LOGIN", F::RefuseLogin, 0, 0, silent, 1);
             row(t.op, "no answer", t.action, F::Silent, 0, 0, failed, 1);
             row(t.op, "reply in two pieces", t.action, F::Split, 0, 0, 3, 0);
             for (int n : { 0, 1, 1200, 1500 })
