@@ -103,6 +103,7 @@ private slots:
     {
         auto sim = TestSupport::startSim(scenarioAt(QStringLiteral("127.0.5.22"), QStringLiteral("CD0522")));
         QVERIFY(bindInDialog(QStringLiteral("127.0.5.22")));
+        MessageBoxUtil::clear(); // the first bind's success
         QVERIFY(!bindInDialog(QStringLiteral("127.0.5.22")));
         QCOMPARE(MessageBoxUtil::shown().value(0).text, QStringLiteral("该设备已添加"));
         QCOMPARE(DatabaseManager().queryDevices().size(), 1);
