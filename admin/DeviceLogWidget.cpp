@@ -48,7 +48,7 @@ void DeviceLogWidget::setBusy(bool busy)
 
 void DeviceLogWidget::showFailedDays(const QStringList& days)
 {
-    MessageBoxUtil::warningMsg(this, QStringLiteral("Velkor消息"),
+    MessageBoxUtil::warningMsg(this, tr("Velkor 消息"),
                                tr("以下日期的日志未能从设备取得：%1").arg(days.join(QStringLiteral(", "))));
 }
 

@@ -63,7 +63,7 @@ void FirmwareUpgradeWidget::updateResult(bool ok, const QString& reason)
         MessageBoxUtil::infoMsg(this, tr("Velkor 消息"),
                                 tr("更新文件上传成功，服务器已关闭服务器进行更新工作，整个过程需时约3分钟。更新完成后服务器将自动重新开启服务，期间请保证服务器电源稳定。"));
     else
-        MessageBoxUtil::warningMsg(this, QStringLiteral("Velkor消息"), tr("更新失败：%1").arg(reason));
+        MessageBoxUtil::warningMsg(this, tr("Velkor 消息"), tr("更新失败：%1").arg(reason));
     ui->progressBar->setValue(0);
 }
 

@@ -184,7 +184,7 @@ void UserAccountWidget::on_button_apply_clicked()
         return;
     QString password = ui->edit_password->text();
     if (m_adding && password.isEmpty()) {
-        MessageBoxUtil::warningMsg(this, QStringLiteral("Velkor 信息"), tr("请为新用户输入密码"));
+        MessageBoxUtil::warningMsg(this, tr("Velkor 消息"), tr("请为新用户输入密码"));
         return;
     }
     QString ext = ui->edit_extNum->text();
